@@ -1,0 +1,21 @@
+# Compiler and linker flags of every target, as one interface library.
+add_library(corvantis_flags INTERFACE)
+
+target_compile_options(corvantis_flags INTERFACE -Wall -Wextra -Wformat=2)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # g++ 12 sees overlapping copies inside std::string's operator+ where there are none.
+    target_compile_options(corvantis_flags INTERFACE -Wno-restrict)
+endif()
+if(CORVANTIS_WERROR)
+    target_compile_options(corvantis_flags INTERFACE -Werror)
+endif()
+
+if(CORVANTIS_NATIVE)
+    target_compile_options(corvantis_flags INTERFACE -march=native)
+endif()
+
+if(CORVANTIS_SANITIZE)
+    set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    target_compile_options(corvantis_flags INTERFACE ${sanitizers})
+    target_link_options(corvantis_flags INTERFACE ${sanitizers})
+endif()

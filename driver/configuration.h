@@ -1,0 +1,6 @@
+// configuration.h - the settings file, read once at program start.
+#pragma once
+
+// Applies the settings of the file. A missing file is no error; bad values print a warning
+// with the line number, unknown keys nothing.
+void ReadConfiguration(const char* file_name);

@@ -1,0 +1,308 @@
+// endings.cpp - the low-material evaluator, and the scaling of special endings.
+//
+// Little material means that a few known facts outweigh all positional terms: what cannot be
+// won at all, what a bitbase or a rule decides, where a lone king has to be driven, and which
+// leads are usually not enough. Exact answers end the evaluation; leads that are hard to win
+// get a factor which ScaleEnding() applies to the finished score.
+#include "eval/endings.h"
+
+#include <algorithm>
+
+#include "board/attacks.h"
+#include "eval/eval_info.h"
+#include "eval/kpk.h"
+#include "eval/material.h"
+
+namespace {
+
+constexpr int Unchanged = 256;
+constexpr int HardToWin = Unchanged / 4;      // a minor piece up without pawns and the like
+constexpr int BishopsAgainstKnight = Unchanged / 2;
+constexpr int FortressFactor = Unchanged / 8; // queen against a protected pawn on the seventh
+constexpr int LoneKingWin = 400;              // on top of material: this is won
+constexpr int EdgePush = 10, KingsTogether = 8, CornerPush = 12;
+
+constexpr int SignFor(Colour c) { return c == BLACK ? 1 : -1; }
+
+// Steps from the four middle squares: 0 in the centre .. 6 in a corner.
+int CentreDistance(Square s) {
+    const int f = FileOf(s), r = RankOf(s);
+    return (f < 4 ? 3 - f : f - 4) + (r < 4 ? 3 - r : r - 4);
+}
+
+template <Colour Us> Square PromotionSquareOf(Square pawn) { return Us == WHITE ? (pawn & 7) + 56 : (pawn & 7); }
+
+// Us has pieces, the enemy a lone king: material, and where the kings should stand.
+template <Colour Us> int LoneKingScore() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Square own = p.king_square[Us], enemy = p.king_square[Them];
+    const Bitboard bishops = p.pieces[BISHOP][Us];
+    if (p.NonPawnMaterial[Us] == 3 * p.PieceCount[BISHOP][Us] &&
+        (!(bishops & LightSquares) || !(bishops & DarkSquares)))
+        return 0;  // bishops of one colour never mate
+    int score = p.Material[Us] + LoneKingWin + KingsTogether * (7 - Distance(own, enemy));
+    const bool bishop_and_knight = p.NonPawnMaterial[Us] == 6 && p.PieceCount[BISHOP][Us] == 1;
+    if (bishop_and_knight) {
+        // Only the corners of the bishop's colour mate.
+        const bool light = bishops & LightSquares;
+        const Square corner1 = light ? H1 : A1, corner2 = light ? A8 : H8;
+        const int steps = std::min(Distance(enemy, corner1), Distance(enemy, corner2));
+        score += CornerPush * (7 - steps) + EdgePush * CentreDistance(enemy) / 2;
+    } else {
+        score += EdgePush * CentreDistance(enemy);
+    }
+    return score;
+}
+
+// Us has rook pawns on one file and nothing else, or bishops that do not control the
+// promotion square as well, and the enemy king holds the corner.
+template <Colour Us> bool WrongCorner() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Bitboard pawns = p.pieces[PAWN][Us], bishops = p.pieces[BISHOP][Us];
+    if (!pawns || ((pawns & ~FileA) && (pawns & ~FileH))) return false;
+    if (p.NonPawnMaterial[Us] != 3 * p.PieceCount[BISHOP][Us]) return false;
+    const Square goal = pawns & FileA ? PromotionSquareOf<Us>(A1) : PromotionSquareOf<Us>(H1);
+    const Bitboard goal_colour = Bit(goal) & LightSquares ? LightSquares : DarkSquares;
+    if (bishops & goal_colour) return false;
+    return Distance(p.king_square[Them], goal) <= 1 && !(Bit(p.king_square[Us]) & (king_attacks[goal] | Bit(goal)));
+}
+
+// Queen against a pawn on its seventh rank, or rook against any pawn: the pawn's side holds
+// when its king is at hand and the other king far. Returns the factor for Us's lead.
+template <Colour Us> int HeavyAgainstPawn() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Square pawn = LowestSquare(p.pieces[PAWN][Them]);
+    const Square goal = PromotionSquareOf<Them>(pawn);
+    const int rank = RelativeRank(Them, pawn);
+    const int own_distance = Distance(p.king_square[Us], goal);
+    const int enemy_distance = Distance(p.king_square[Them], goal);
+    const int to_move = p.SideToMove == Us;
+    if (p.PieceCount[QUEEN][Us]) {
+        const bool drawing_file = Bit(pawn) & (FileA | FileMask(2) | FileMask(5) | FileH);
+        if (rank == 6 && drawing_file && enemy_distance <= 1 && own_distance - to_move > 3) return FortressFactor;
+        return Unchanged;
+    }
+    // The rook wins when its king comes before the pawn, or the pawn is cut off from its king.
+    if (own_distance - to_move < 7 - rank + 1 && own_distance - to_move <= enemy_distance) return Unchanged;
+    if (Distance(p.king_square[Them], pawn) > 2 + (1 - to_move) && rank < 6) return Unchanged;
+    if (rank >= 4) return HardToWin;
+    return rank >= 3 ? Unchanged / 2 : Unchanged;
+}
+
+// How much of a lead of Us survives, by material.
+template <Colour Us> int LeadScale() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const auto& n = p.PieceCount;
+    int scale = Unchanged;
+    if (n[QUEEN][Us] <= 2 && n[ROOK][Us] <= 2 && n[BISHOP][Us] <= 2 && n[KNIGHT][Us] <= 2 && n[PAWN][Us] <= 8)
+        scale = material_scale[Us][n[QUEEN][Us]][n[ROOK][Us]][n[BISHOP][Us]][n[KNIGHT][Us]][n[PAWN][Us]];
+
+    if (n[PAWN][Us] == 0) {
+        const int lead = p.NonPawnMaterial[Us] - p.NonPawnMaterial[Them];
+        if (p.NonPawnMaterial[Them] == 0 && n[PAWN][Them] == 1 && p.piece_total == 4 &&
+            (n[ROOK][Us] || n[QUEEN][Us])) {
+            thread_eval_info.SymmetryValid = 0;  // a matter of who is to move
+            return scale * HeavyAgainstPawn<Us>() / Unchanged;
+        }
+        // At most a minor piece more does not win without pawns. Two bishops against a
+        // knight do, with trouble.
+        if (lead <= 3 && p.NonPawnMaterial[Them] > 0) {
+            const bool bishops_against_knight = n[BISHOP][Us] == 2 && p.NonPawnMaterial[Us] == 6 &&
+                                                n[KNIGHT][Them] == 1 && p.NonPawnMaterial[Them] == 3;
+            scale = scale * (bishops_against_knight ? BishopsAgainstKnight : HardToWin) / Unchanged;
+        }
+    }
+    return scale;
+}
+
+template <Colour Us> int MaterialAdd() {
+    const auto& n = thread_board.PieceCount;
+    if (n[QUEEN][Us] > 2 || n[ROOK][Us] > 2 || n[BISHOP][Us] > 2 || n[KNIGHT][Us] > 2 || n[PAWN][Us] > 8) return 0;
+    return material_add[Us][n[QUEEN][Us]][n[ROOK][Us]][n[BISHOP][Us]][n[KNIGHT][Us]][n[PAWN][Us]];
+}
+
+bool KingPawnKing() {
+    const Position& p = thread_board;
+    EvalInfo& info = thread_eval_info;
+    const Colour owner = p.PieceCount[PAWN][WHITE] ? WHITE : BLACK;
+    const Square pawn = LowestSquare(p.pieces[PAWN][owner]);
+    info.SymmetryValid = 0;
+    info.accumulator = 0;
+    if (RelativeRank(owner, pawn) >= 1 && RelativeRank(owner, pawn) <= 6 &&
+        KpkWon(owner, p.king_square[owner], p.king_square[ChangeSide(owner)], pawn, Colour(p.SideToMove))) {
+        // Counted from the enemy's first rank, so that it grows towards promotion.
+        const int rank = 7 - RelativeRank(owner, pawn);
+        info.accumulator = SignFor(owner) * ((600 - 100 * rank) / 2 + weights.kpk_bonus);
+    }
+    return true;
+}
+
+// Pieces or rook against a side without pieces but with pawns.
+int RookAgainstPawns() {
+    const Position& p = thread_board;
+    int score = 0;
+    for (int c = 0; c < 2; ++c) {
+        const Colour us = Colour(c), them = ChangeSide(us);
+        if (p.NonPawnMaterial[them] == 0 && p.PieceCount[PAWN][them] > 0 && p.MajorUnits[us] > 0)
+            score += SignFor(us) * tuned.lone_rook_bonus[std::min(p.PieceCount[PAWN][them], 8)];
+    }
+    return score;
+}
+
+}  // namespace
+
+bool EvaluateLowMaterial() {
+    const Position& p = thread_board;
+    EvalInfo& info = thread_eval_info;
+    const MaterialRecord* table_record = MaterialRecordOrNull();
+    const MaterialRecord record = table_record ? *table_record : ComputeMaterialRecord();
+    info.current_phase = record.current_phase;
+    info.phase[WHITE] = record.white_phase;
+    info.phase[BLACK] = record.black_phase;
+    for (int c = 0; c < 2; ++c) {
+        info.cannot_win[c] = record.flags[c] & FlagCannotWin;
+        info.ending[c] = (record.flags[c] & FlagEnding) != 0;
+    }
+    info.material = p.Material[BLACK] - p.Material[WHITE] + record.correction;
+    info.accumulator = 0;
+    if (info.cannot_win[WHITE] && info.cannot_win[BLACK]) return true;
+
+    const int white_pawns = p.PieceCount[PAWN][WHITE], black_pawns = p.PieceCount[PAWN][BLACK];
+    if (p.piece_total == 3 && white_pawns + black_pawns == 1) return KingPawnKing();
+    if (p.NonPawnMaterial[WHITE] == 0 && white_pawns == 0) {
+        if (black_pawns == 0) {
+            info.accumulator = LoneKingScore<BLACK>();
+            return true;
+        }
+        if (WrongCorner<BLACK>()) return true;
+    }
+    if (p.NonPawnMaterial[BLACK] == 0 && black_pawns == 0) {
+        if (white_pawns == 0) {
+            info.accumulator = -LoneKingScore<WHITE>();
+            return true;
+        }
+        if (WrongCorner<WHITE>()) return true;
+    }
+
+    info.accumulator = info.material + MaterialAdd<BLACK>() - MaterialAdd<WHITE>() + RookAgainstPawns();
+    info.lead_scale[WHITE] = LeadScale<WHITE>();
+    info.lead_scale[BLACK] = LeadScale<BLACK>();
+    return false;
+}
+
+namespace {
+
+int Scaled(int value, int factor) { return value * factor / Unchanged; }
+
+// Exactly one pawn: does the defender hold the square in front of it?
+template <Colour Owner> bool StopSquareHeld() {
+    constexpr Colour Defender = ChangeSide(Owner);
+    constexpr int Up = Owner == WHITE ? 8 : -8;
+    const Position& p = thread_board;
+    const Square pawn = LowestSquare(p.pieces[PAWN][Owner]);
+    const int rank = RelativeRank(Owner, pawn);
+    if (rank < 1 || rank > 6) return false;
+    const Square stop = pawn + Up;
+    const Square king = p.king_square[Defender];
+    if (stop == king || (king_attacks[king] & Bit(stop))) return true;
+    if (knight_attacks[stop] & p.pieces[KNIGHT][Defender]) return true;
+    return (bishop_rays[stop] & p.pieces[BISHOP][Defender]) && (BishopAttacks(stop) & p.pieces[BISHOP][Defender]);
+}
+
+template <Colour Owner> int OnePawnScaled(int score) {
+    constexpr Colour Defender = ChangeSide(Owner);
+    const Position& p = thread_board;
+    const int lead = p.NonPawnMaterial[Owner] - p.NonPawnMaterial[Defender];
+    if (lead <= 3 && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
+    if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1 &&
+        p.PieceCount[ROOK][BLACK] == 1) {
+        const Square pawn = LowestSquare(p.pieces[PAWN][Owner]), king = p.king_square[Defender];
+        const int files = FileOf(king) - FileOf(pawn);
+        const bool in_front = files >= -1 && files <= 1 && RelativeRank(Owner, king) > RelativeRank(Owner, pawn);
+        const int pair = FilePair(pawn);
+        score = Scaled(score, weights.rook_ending_factor[!in_front ? 3 : pair == 0 ? 0 : pair == 1 ? 1 : 2]);
+    }
+    return score;
+}
+
+// Three pawns, none passed: few winning chances, fewer still on one wing.
+int ThreePawnsScaled(int score) {
+    const Bitboard pawns = thread_board.pieces[PAWN][WHITE] | thread_board.pieces[PAWN][BLACK];
+    constexpr Bitboard queen_side = FileMask(0) | FileMask(1) | FileMask(2) | FileMask(3);
+    const bool one_wing = !(pawns & queen_side) || !(pawns & ~queen_side);
+    return one_wing ? Scaled(score, Unchanged / 2) : score * 3 / 4;
+}
+
+// Equal small material and three pawns: can the side with fewer pawns stop each enemy pawn
+// with its king in front or its bishop across the path?
+template <Colour Leader> bool AllPawnsStopped() {
+    constexpr Colour Defender = ChangeSide(Leader);
+    const Position& p = thread_board;
+    const Square king = p.king_square[Defender];
+    Bitboard bishop_control = p.pieces[BISHOP][Defender];
+    if (bishop_control) bishop_control |= BishopAttacks(LowestSquare(bishop_control));
+    for (Bitboard rest = p.pieces[PAWN][Leader]; rest;) {
+        const Square s = PopLowest(rest);
+        const Bitboard path = evaluation_masks.front_span[Leader][s];
+        const bool by_king = (path & (king_attacks[king] | Bit(king))) != 0;
+        if (!by_king && !(path & bishop_control)) return false;
+    }
+    return true;
+}
+
+template <Colour Leader> int LeaderScaled(int score, int& spread) {
+    constexpr Colour Other = ChangeSide(Leader);
+    const Position& p = thread_board;
+    EvalInfo& info = thread_eval_info;
+    const int own_units = p.NonPawnMaterial[Leader], other_units = p.NonPawnMaterial[Other];
+    const int pawns = p.PieceCount[PAWN][Leader] + p.PieceCount[PAWN][Other];
+    const Bitboard own_pawns = p.pieces[PAWN][Leader];
+
+    if (pawns == 3) {
+        info.SymmetryValid = 0;
+        if (!info.pawn.passed_white && !info.pawn.passed_black) score = ThreePawnsScaled(score);
+    } else if (pawns == 1) {
+        info.SymmetryValid = 0;
+        score = own_pawns ? OnePawnScaled<Leader>(score) : OnePawnScaled<Other>(score);
+    }
+    if (own_units <= other_units && !(own_pawns & ~evaluation_masks.king_area[p.king_square[Other]])) {
+        score = Scaled(score, weights.area_factor);
+        spread = Scaled(spread, weights.area_factor);
+    }
+    if (info.cannot_win[Leader]) return 0;
+    score = Scaled(score, info.lead_scale[Leader]);
+
+    if (own_units != other_units || own_units >= 6) return score;
+    const bool bishops_only = own_units == 3 && p.PieceCount[BISHOP][Leader] == 1 && p.PieceCount[BISHOP][Other] == 1;
+    const bool no_knights = !p.pieces[KNIGHT][WHITE] && !p.pieces[KNIGHT][BLACK];
+    const int own_passed = info.pawn.Passed(Leader);
+    if (pawns == 3 && no_knights && p.PieceCount[PAWN][Leader] == 2 && !(own_passed & (own_passed - 1)) &&
+        !(info.pawn.Passed(Other) & (info.pawn.Passed(Other) - 1)) && AllPawnsStopped<Leader>())
+        score = Scaled(score, weights.pawn_stop_factor[own_units == 0 ? 0 : own_passed ? 2 : 1]);
+    if (bishops_only) {
+        const Bitboard both = p.pieces[BISHOP][WHITE] | p.pieces[BISHOP][BLACK];
+        if ((both & LightSquares) && (both & DarkSquares)) score = Scaled(score, weights.opposite_bishop_factor);
+    } else if (own_units == 3 && p.PieceCount[BISHOP][Leader] == 1 && own_passed &&
+               !(own_passed & (own_passed - 1))) {
+        // A bishop against a knight and one passed pawn: the enemy king in its way, on a
+        // square that the bishop never attacks, does not give way.
+        const Bitboard king = Bit(p.king_square[Other]);
+        const Bitboard bishop_colour = p.pieces[BISHOP][Leader] & LightSquares ? LightSquares : DarkSquares;
+        Bitboard path = 0;
+        for (Bitboard rest = info.passed[Leader]; rest;) path |= evaluation_masks.front_span[Leader][PopLowest(rest)];
+        if ((king & path) && !(king & bishop_colour)) score = Scaled(score, weights.single_bishop_factor);
+    }
+    return score;
+}
+
+}  // namespace
+
+int ScaleEnding(int score, int& spread) {
+    if (score > 0) return LeaderScaled<BLACK>(score, spread);
+    if (score < 0) return LeaderScaled<WHITE>(score, spread);
+    return 0;
+}

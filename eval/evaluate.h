@@ -1,0 +1,44 @@
+// evaluate.h - the static evaluation as the rest of the program sees it.
+#pragma once
+
+#include <cstdint>
+#include "board/types.h"
+
+constexpr int NotEvaluated = -32700;
+
+// Centipawns from the side to move's view, within +-30000, scaled by the fifty-move counter.
+// Lazy outside LazyWindow; uses and fills the evaluation cache.
+int Evaluate();
+// The full evaluation of the current position into `result`, side to move's view.
+void EvaluatePosition(int& result);
+// The console's breakdown of one EvaluatePosition() call.
+void PrintEvaluation();
+
+// Set by the search: bounds on material alone outside of which Evaluate() is lazy, and the
+// side whose view they are. +-32767 outside a search. The root side also decides which king
+// the style settings take for the engine's own.
+extern int LazyWindow[2];
+extern Colour evaluation_root_side;
+// Sets the root side; clears the cache when cached scores depend on it.
+void SetEvaluationRoot(Colour side);
+
+// Left by Evaluate() for the search. After a lazy exit the square sets are empty.
+extern int evaluation_material;          // EvaluateMaterial(), Black's view
+extern int EvalSpread;
+extern Bitboard evaluation_passed[2];    // passed pawns by colour
+extern Bitboard evaluation_attacks[2];   // squares attacked by that colour's men, king excluded
+
+// Tables of the evaluation, in their order: parameters with "values.txt" from the current
+// directory, piece-square table, material table, endgame bitbase. Installs
+// position_loaded_hook. Once at start-up, after the attack tables.
+void InitialiseEvaluation();
+
+// (Re)allocates zeroed tables of that many entries; 0 switches the pawn hash off. False when
+// memory is short.
+bool AllocatePawnHash(uint32_t entries);
+bool AllocateEvalCache(uint32_t entries);
+void FreeEvaluationTables();
+void ClearEvaluationTables();  // both, and the one-record pawn copy
+
+// Starts loading the cache slot of the current position.
+void PrefetchEvaluation();

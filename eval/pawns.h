@@ -1,0 +1,14 @@
+// pawns.h - pawn structure and the pawn hash.
+#pragma once
+
+#include "eval/eval_info.h"
+
+// Fills everything but the key from the pawns of thread_board.
+void EvaluatePawnStructure(PawnRecord& record);
+
+bool AllocatePawnHash(uint32_t entries);
+void FreePawnHash();
+void ClearPawnHash();  // and the one-record copy
+
+// The hash slot of a pawn key, for prefetching; null when the hash is off.
+PawnRecord* PawnSlot(uint64_t pawn_key);

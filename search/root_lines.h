@@ -1,0 +1,10 @@
+// root_lines.h - the principal line of each root move, kept apart from the list so that
+// sorting the list moves little memory.
+#pragma once
+
+#include "board/types.h"
+#include "search/principal_variation.h"
+
+// Line of the root move at place `index` of the list: at least its move, lengthened from the
+// table up to `limit` moves. `line` has room for MaxPly + 2 moves. Returns the length.
+int RootLine(int index, Move* line, int limit);

@@ -1,0 +1,255 @@
+// search_test.cpp - the search as a whole: mates, draws, limits, and what it leaves behind.
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "board/attacks.h"
+#include "board/legality.h"
+#include "board/make_move.h"
+#include "board/notation.h"
+#include "board/settings.h"
+#include "search/host.h"
+#include "search/limits.h"
+#include "search/principal_variation.h"
+#include "search/root.h"
+#include "search/search_state.h"
+#include "search/time_control.h"
+#include "tests/support/board_helpers.h"
+#include "tests/support/engine_environment.h"
+#include "tests/support/positions.h"
+
+namespace {
+
+struct SearchTest : ::testing::Test {
+    void SetUp() override {
+        ResetEngine();
+        ClearSearch();
+        output_suppressed = true;
+    }
+    void TearDown() override {
+        output_suppressed = false;
+        MultiPV = 1;
+        search_host.input_available = [] { return 0; };
+        search_host.handle_input = [] {};
+    }
+};
+
+SearchResult SearchDepth(const char* fen, int depth) {
+    SetFen(fen);
+    ResetSearchMemory();
+    ResetLimits();
+    search_limits.MaxDepth = depth;
+    return think(false);
+}
+
+struct MateCase {
+    const char* why;
+    const char* fen;
+    int depth, moves;  // mate in `moves`, negative: the side to move is mated
+};
+
+const MateCase mate_cases[] = {
+    {"back rank", "6k1/5ppp/8/8/8/8/8/R3K3 w - - 0 1", 4, 1},
+    {"smothered, by a quiet knight check", "6rk/6pp/8/6N1/8/8/8/6K1 w - - 0 1", 4, 1},
+    {"under-promotion mates, a queen does not", "8/2P1N3/k7/8/K7/8/8/1B6 w - - 0 1", 8, 2},
+    {"queen and king", "8/8/8/8/8/2k5/7q/K7 w - - 0 1", 4, -1},
+};
+
+TEST_F(SearchTest, FindsMatesAtTheirDistance) {
+    for (const MateCase& c : mate_cases) {
+        SCOPED_TRACE(c.why);
+        ClearSearch();
+        const SearchResult result = SearchDepth(c.fen, c.depth + 4);
+        const int expected = c.moves > 0 ? MATE - (2 * c.moves - 1) : -MATE - 2 * c.moves;
+        EXPECT_EQ(result.score, expected) << MoveText(result.best);
+    }
+}
+
+// The published mates: the same file solved in a longer run with a time limit for each.
+TEST_F(SearchTest, SolvesPublishedMatesInTwo) {
+    std::ifstream file(std::string(CORVANTIS_SOURCE_DIR) + "/tests/data/mates.epd");
+    ASSERT_TRUE(file.is_open());
+    std::string line;
+    int positions = 0, found = 0;
+    while (std::getline(file, line)) {
+        const size_t at = line.find("dm ");
+        if (at == std::string::npos) continue;
+        const int moves = line[at + 3] - '0';
+        if (moves > 2) continue;
+        ClearSearch();
+        const SearchResult result = SearchDepth(line.c_str(), 2 * moves + 5);
+        ++positions;
+        if (result.score == MATE - (2 * moves - 1)) ++found;
+        else ADD_FAILURE() << line << "\n  scored " << result.score << " with " << MoveText(result.best);
+    }
+    EXPECT_GT(positions, 100);
+    EXPECT_EQ(found, positions);
+}
+
+struct ScoreCase {
+    const char* why;
+    const char* fen;
+    int depth;
+    int least, most;  // the score lies between, both included
+};
+
+const ScoreCase score_cases[] = {
+    {"the only move that does not stalemate wins", "7k/8/5KQ1/8/8/8/8/8 w - - 0 1", 6, 900, MATE},
+    {"stalemate is all there is", "8/8/8/8/8/5k2/5p2/5K2 b - - 0 1", 8, -20, 20},
+    {"bare kings", "8/8/4k3/8/8/4K3/8/8 w - - 0 1", 6, 0, 0},
+    {"wrong bishop, defender in the corner", "k7/8/P7/1K6/8/8/3B4/8 w - - 0 1", 12, -60, 60},
+    {"perpetual check saves a lost game", "6k1/6p1/8/6KQ/1r6/q7/8/8 w - - 0 1", 10, 0, MATE},
+    {"a queen more", "4k3/8/8/8/8/8/8/Q3K3 w - - 0 1", 8, 700, MATE},
+};
+
+TEST_F(SearchTest, ScoresOfClearPositions) {
+    for (const ScoreCase& c : score_cases) {
+        SCOPED_TRACE(c.why);
+        ClearSearch();
+        const SearchResult result = SearchDepth(c.fen, c.depth);
+        EXPECT_GE(result.score, c.least);
+        EXPECT_LE(result.score, c.most);
+    }
+}
+
+TEST_F(SearchTest, HalfmoveClockDraws) {
+    SetFen("8/8/8/8/8/4k3/8/4K2R w - - 0 1");
+    thread_board.fifty = 99;
+    ResetLimits();
+    search_limits.MaxDepth = 6;
+    const SearchResult result = think(false);
+    EXPECT_EQ(result.score, 0) << "every move reaches a clock of 100";
+}
+
+TEST_F(SearchTest, SameNodesTwiceAfterClearing) {
+    for (const char* const fen : {StartFen, test_positions[2].fen, test_positions[35].fen}) {
+        ClearSearch();
+        const SearchResult first = SearchDepth(fen, 9);
+        const int64_t nodes = nodes_searched;
+        ClearSearch();
+        const SearchResult second = SearchDepth(fen, 9);
+        EXPECT_EQ(nodes, nodes_searched);
+        EXPECT_EQ(first.best, second.best);
+        EXPECT_EQ(first.score, second.score);
+    }
+}
+
+// Every move of a line must be legal in its turn.
+void ExpectLegalLine(const Move* line, int length) {
+    int made = 0;
+    for (; made < length; ++made) {
+        if (!IsFullyLegal(line[made])) {
+            ADD_FAILURE() << "illegal move " << MoveText(line[made]) << " at place " << made << " in " << WriteFen();
+            break;
+        }
+        MakeMove(line[made]);
+    }
+    while (made-- > 0) UnmakeMove();
+}
+
+TEST_F(SearchTest, EveryPositionYieldsALegalMoveAndLine) {
+    for (const TestPosition& position : test_positions) {
+        SCOPED_TRACE(position.why);
+        ClearSearch();
+        const SearchResult result = SearchDepth(position.fen, 7);
+        const MoveList legal = LegalMoveList();
+        if (legal.empty()) {
+            EXPECT_EQ(result.best, 0u);
+            continue;
+        }
+        EXPECT_NE(std::find(legal.begin(), legal.end(), result.best), legal.end()) << MoveText(result.best);
+        Move line[MaxPly + 2];
+        ExpectLegalLine(line, PrincipalVariation(line, 8));
+        if (result.ponder != 0) {
+            MakeMove(result.best);
+            EXPECT_TRUE(IsFullyLegal(result.ponder));
+            UnmakeMove();
+        }
+    }
+}
+
+// A stop at any moment leaves the board as it was and a legal move to play.
+int64_t stop_at;
+TEST_F(SearchTest, StoppedAnywhereLeavesTheBoardUntouched) {
+    search_host.input_available = [] { return nodes_searched >= stop_at ? 1 : 0; };
+    search_host.handle_input = [] { stop_flag = true; };
+    TestRandom random{7};
+    for (int i = 0; i < 200; ++i) {
+        const TestPosition& position = test_positions[random.Below(int(std::size(test_positions)))];
+        SCOPED_TRACE(position.fen);
+        SetFen(position.fen);
+        ResetLimits();
+        search_limits.MaxNodes = 1000000;    // makes every check a real one
+        search_limits.OwnTime = InfiniteTime;
+        stop_at = random.Below(30000);
+        const PositionBytes before = BytesOfPosition();
+        const int plies = history_count;
+        MultiPV = i % 3 == 0 ? 3 : 1;
+        // Polls come early: the limit makes the countdown short.
+        search_limits.MaxNodes = stop_at + 1;
+        const SearchResult result = think(false);
+        EXPECT_EQ(BytesOfPosition(), before);
+        EXPECT_EQ(history_count, plies);
+        const MoveList legal = LegalMoveList();
+        if (legal.empty()) continue;
+        EXPECT_NE(std::find(legal.begin(), legal.end(), result.best), legal.end());
+    }
+}
+
+TEST_F(SearchTest, NodeLimitIsMet) {
+    for (const int64_t limit : {1000, 20000, 150000}) {
+        ClearSearch();
+        SetInitialPosition();
+        ResetLimits();
+        search_limits.MaxNodes = limit;
+        think(false);
+        EXPECT_GE(nodes_searched, limit);
+        EXPECT_LE(nodes_searched, limit + 500) << "checked at main nodes only, so a little beyond";
+    }
+}
+
+TEST_F(SearchTest, MoveTimeIsMet) {
+    SetInitialPosition();
+    ResetLimits();
+    search_limits.MoveTime = 20;
+    const int64_t start = NowCentiseconds();
+    think(false);
+    const int64_t elapsed = NowCentiseconds() - start;
+    EXPECT_GE(elapsed, 19);
+    EXPECT_LE(elapsed, 40);
+}
+
+TEST_F(SearchTest, SearchMovesRestrictTheRoot) {
+    SetInitialPosition();
+    ResetLimits();
+    search_limits.MaxDepth = 6;
+    search_limits.search_moves[0] = ParseCoordinate("a2a3");
+    search_limits.search_moves[1] = ParseCoordinate("h2h3");
+    search_limits.search_move_count = 2;
+    const std::string best = MoveText(think(false).best);
+    EXPECT_TRUE(best == "a2a3" || best == "h2h3") << best;
+}
+
+TEST_F(SearchTest, MultiPVLinesAreDifferentMovesInOrder) {
+    MultiPV = 4;
+    SearchDepth(test_positions[2].fen, 8);
+    for (int i = 1; i < 4; ++i) {
+        EXPECT_GE(root_moves[i - 1].score, root_moves[i].score);
+        EXPECT_NE(root_moves[i - 1].move, root_moves[i].move);
+    }
+    const int best = root_moves[0].score;
+    MultiPV = 1;
+    ClearSearch();
+    const SearchResult single = SearchDepth(test_positions[2].fen, 8);
+    EXPECT_NEAR(single.score, best, 120) << "both loops search the same tree, more or less";
+}
+
+TEST_F(SearchTest, UnwinnableMaterialIsNotCalledStalemate) {
+    // Futility skips every quiet move here at low depth; none of the nodes is a stalemate.
+    const SearchResult result = SearchDepth("8/8/8/8/8/k7/p7/K1Q5 b - - 0 1", 6);
+    EXPECT_LT(result.score, 0);
+}
+
+}  // namespace

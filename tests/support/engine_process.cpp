@@ -1,0 +1,235 @@
+// engine_process.cpp - see engine_process.h.
+#include "tests/support/engine_process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+Clock::time_point In(int milliseconds) { return Clock::now() + std::chrono::milliseconds(milliseconds); }
+
+int MillisecondsUntil(Clock::time_point deadline) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+    return int(std::clamp<long long>(left, 0, 1000000));
+}
+
+}  // namespace
+
+std::string EngineBinary() {
+    const char* path = std::getenv("CORVANTIS_BINARY");
+    return path != nullptr ? path : CORVANTIS_BINARY;
+}
+
+EngineProcess::EngineProcess(const std::vector<File>& files) {
+    signal(SIGPIPE, SIG_IGN);
+    std::string pattern = (std::filesystem::temp_directory_path() / "corvantis-test-XXXXXX").string();
+    if (mkdtemp(pattern.data()) == nullptr) {
+        ADD_FAILURE() << "no temporary directory";
+        return;
+    }
+    directory_ = pattern;
+    for (const File& file : files) std::ofstream(directory_ + "/" + file.name, std::ios::binary) << file.contents;
+
+    int input[2], output[2];
+    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
+        ADD_FAILURE() << "no pipes";
+        return;
+    }
+    const std::string binary = EngineBinary();
+    pid_ = fork();
+    if (pid_ == 0) {
+        dup2(input[0], STDIN_FILENO);
+        dup2(output[1], STDOUT_FILENO);
+        signal(SIGPIPE, SIG_DFL);
+        if (chdir(directory_.c_str()) == 0) execl(binary.c_str(), binary.c_str(), static_cast<char*>(nullptr));
+        _exit(127);
+    }
+    close(input[0]);
+    close(output[1]);
+    to_engine_ = input[1];
+    from_engine_ = output[0];
+}
+
+EngineProcess::~EngineProcess() {
+    if (to_engine_ >= 0) close(to_engine_);
+    if (from_engine_ >= 0) close(from_engine_);
+    if (pid_ > 0 && !reaped_) {
+        kill(pid_, SIGKILL);
+        waitpid(pid_, nullptr, 0);
+    }
+    std::error_code ignored;
+    if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
+}
+
+void EngineProcess::Send(const std::string& line) { SendRaw(line + "\n"); }
+
+bool EngineProcess::SendRaw(const std::string& bytes) {
+    std::istringstream lines(bytes);
+    for (std::string line; std::getline(lines, line);) dialogue_.push_back("> " + line.substr(0, 200));
+    size_t done = 0;
+    const auto deadline = In(DefaultTimeout);
+    while (done < bytes.size() && to_engine_ >= 0) {
+        // A pipe that is full for long means that the program no longer reads.
+        pollfd ready = {to_engine_, POLLOUT, 0};
+        if (poll(&ready, 1, MillisecondsUntil(deadline)) <= 0) return false;
+        const size_t piece = std::min<size_t>(bytes.size() - done, PIPE_BUF);
+        const ssize_t written = write(to_engine_, bytes.data() + done, piece);
+        if (written < 0 && errno == EINTR) continue;
+        if (written < 0) return false;
+        done += size_t(written);
+    }
+    return done == bytes.size();
+}
+
+void EngineProcess::CloseInput() {
+    dialogue_.push_back("> (end of input)");
+    if (to_engine_ >= 0) close(to_engine_);
+    to_engine_ = -1;
+}
+
+void EngineProcess::CloseOutput() {
+    if (from_engine_ >= 0) close(from_engine_);
+    from_engine_ = -1;
+}
+
+void EngineProcess::Signal(int number) {
+    dialogue_.push_back("> (signal " + std::to_string(number) + ")");
+    if (pid_ > 0 && !reaped_) kill(pid_, number);
+}
+
+bool EngineProcess::Fill(Clock::time_point deadline) {
+    if (from_engine_ < 0) return false;
+    pollfd ready = {from_engine_, POLLIN, 0};
+    const int result = poll(&ready, 1, MillisecondsUntil(deadline));
+    if (result < 0 && errno == EINTR) return true;
+    if (result <= 0) return false;
+    char bytes[65536];
+    const ssize_t count = read(from_engine_, bytes, sizeof bytes);
+    if (count < 0 && errno == EINTR) return true;
+    if (count <= 0) {
+        close(from_engine_);
+        from_engine_ = -1;
+        return false;
+    }
+    pending_.append(bytes, size_t(count));
+    return true;
+}
+
+bool EngineProcess::ReadLine(std::string* line, int timeout_ms) {
+    const auto deadline = In(timeout_ms);
+    size_t end;
+    while ((end = pending_.find('\n')) == std::string::npos)
+        if (!Fill(deadline)) return false;
+    *line = pending_.substr(0, end);
+    pending_.erase(0, end + 1);
+    dialogue_.push_back("< " + *line);
+    return true;
+}
+
+std::string EngineProcess::WaitFor(const Predicate& accept, const char* what, int timeout_ms) {
+    const auto deadline = In(failed_ ? 0 : timeout_ms);
+    std::string line;
+    while (ReadLine(&line, MillisecondsUntil(deadline)))
+        if (accept(line)) return line;
+    if (!failed_) ADD_FAILURE() << "no line came that is " << what << "; the dialogue was\n" << Transcript();
+    failed_ = true;
+    return "";
+}
+
+std::string EngineProcess::WaitForMatch(const std::string& pattern, int timeout_ms) {
+    const std::regex expression(pattern);
+    return WaitFor([&](const std::string& line) { return std::regex_match(line, expression); },
+                   ("like " + pattern).c_str(), timeout_ms);
+}
+
+std::vector<std::string> EngineProcess::Collect(int milliseconds) {
+    const auto deadline = In(milliseconds);
+    std::vector<std::string> lines;
+    std::string line;
+    while (ReadLine(&line, MillisecondsUntil(deadline))) lines.push_back(line);
+    return lines;
+}
+
+std::vector<std::string> EngineProcess::Sync(int timeout_ms) {
+    Send("isready");
+    std::vector<std::string> lines;
+    WaitFor(
+        [&](const std::string& line) {
+            lines.push_back(line);
+            return line == "readyok";
+        },
+        "\"readyok\"", timeout_ms);
+    if (!lines.empty()) lines.pop_back();
+    return lines;
+}
+
+std::vector<std::string> EngineProcess::ReadToEnd(int timeout_ms) {
+    const auto deadline = In(timeout_ms);
+    while (Fill(deadline)) {}
+    if (!pending_.empty() && pending_.back() != '\n') pending_ += '\n';
+    return Collect(0);
+}
+
+int EngineProcess::WaitForExit(int timeout_ms) {
+    const auto deadline = In(timeout_ms);
+    while (!reaped_ && pid_ > 0) {
+        int status = 0;
+        if (waitpid(pid_, &status, WNOHANG) == pid_) {
+            reaped_ = true;
+            status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+            break;
+        }
+        if (MillisecondsUntil(deadline) == 0) return NotEnded;
+        // Keep its output flowing: a program blocked on a full pipe would never end.
+        if (from_engine_ >= 0) Fill(In(5));
+        else std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return status_;
+}
+
+bool EngineProcess::Running() { return WaitForExit(0) == NotEnded; }
+
+double EngineProcess::CpuMilliseconds() const {
+    std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
+    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    // Fields are counted after the name in parentheses, which may hold blanks: utime and stime
+    // are the 12th and 13th from there.
+    const size_t name_end = text.rfind(')');
+    if (name_end == std::string::npos) return 0;
+    std::istringstream fields(text.substr(name_end + 1));
+    std::string skipped;
+    for (int i = 0; i < 11; ++i) fields >> skipped;
+    double user = 0, system = 0;
+    fields >> user >> system;
+    return (user + system) * 1000 / double(sysconf(_SC_CLK_TCK));
+}
+
+std::string EngineProcess::ReadFile(const std::string& name) const {
+    std::ifstream file(directory_ + "/" + name, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+}
+
+std::string EngineProcess::Transcript() const {
+    std::string text;
+    // The last lines tell the story; a long search prints thousands.
+    const size_t shown = 120;
+    for (size_t i = dialogue_.size() > shown ? dialogue_.size() - shown : 0; i < dialogue_.size(); ++i)
+        text += dialogue_[i] + "\n";
+    return text;
+}
