@@ -139,5 +139,6 @@ Bitboard AttackersTo(Square s) {
     return (pawn_attacks[WHITE][s] & p.pieces[PAWN][BLACK]) | (pawn_attacks[BLACK][s] & p.pieces[PAWN][WHITE]) |
            (knight_attacks[s] & (p.pieces[KNIGHT][WHITE] | p.pieces[KNIGHT][BLACK])) |
            (king_attacks[s] & (p.pieces[KING][WHITE] | p.pieces[KING][BLACK])) |
-           (RookAttacks(s) & p.rook_movers) | (BishopAttacks(s) & p.bishop_movers);
+           ((rook_rays[s] & p.rook_movers) ? RookAttacks(s) & p.rook_movers : 0) |
+           ((bishop_rays[s] & p.bishop_movers) ? BishopAttacks(s) & p.bishop_movers : 0);
 }

@@ -73,61 +73,90 @@ template <Colour us> bool Threatens(int margin) {
     return (loose & ~guarded) != 0;
 }
 
+// The state of an exchange on one square: who still attacks it, with the men used up taken
+// off the board.
+struct Exchange {
+    Square target;
+    Bitboard occupied, attackers;
+    int first_gain;  // of the move that starts it, before any reply
+    int on_square;   // value of the man that can be retaken now
+
+    explicit Exchange(Move m) : target(MoveTo(m)) {
+        const Position& p = thread_board;
+        const Square from = MoveFrom(m);
+        occupied = p.occupied ^ Bit(from);
+        attackers = AttackersTo(target) | HiddenAttacker(target, from, occupied);
+        on_square = PieceValue[MovePiece(m)];
+        first_gain = PieceValue[MoveCaptured(m)];
+        if (MovePromotion(m) != EMPTY) {
+            on_square = PieceValue[MovePromotion(m)];
+            first_gain += on_square - PieceValue[PAWN];
+        } else if (IsEnPassant(m)) {
+            const Square victim = (from & 56) | (target & 7);
+            first_gain = PieceValue[PAWN];
+            occupied ^= Bit(victim);
+            attackers |= HiddenAttacker(target, victim, occupied);
+        }
+        attackers &= occupied;
+    }
+
+    // Takes with the least valuable man of `side`; EMPTY when it has none, or only a king that
+    // the other side would take.
+    PieceType Retake(Colour side) {
+        const Position& p = thread_board;
+        const Bitboard mine = attackers & p.colour[side];
+        if (mine == 0) return EMPTY;
+        for (const PieceType type : CaptureOrder) {
+            const Bitboard men = mine & p.pieces[type][side];
+            if (men == 0) continue;
+            if (type == KING && (attackers & p.colour[ChangeSide(side)])) return EMPTY;
+            const Square square = LowestSquare(men);
+            occupied ^= Bit(square);
+            if (type != KNIGHT) attackers |= HiddenAttacker(target, square, occupied);
+            attackers &= occupied;
+            return type;
+        }
+        return EMPTY;
+    }
+};
+
 }  // namespace
 
 int ExchangeGain(Move m) {
-    const Position& p = thread_board;
-    const Square from = MoveFrom(m), target = MoveTo(m);
-    Bitboard occupied = p.occupied ^ Bit(from);
-    Bitboard attackers = AttackersTo(target) | HiddenAttacker(target, from, occupied);
-
+    Exchange exchange(m);
     int gains[34];
-    int on_square = PieceValue[MovePiece(m)];
-    gains[0] = PieceValue[MoveCaptured(m)];
-    if (MoveCaptured(m) == EMPTY) gains[0] = 0;
-    if (MovePromotion(m) != EMPTY) {
-        on_square = PieceValue[MovePromotion(m)];
-        gains[0] += on_square - PieceValue[PAWN];
-    } else if (IsEnPassant(m)) {
-        const Square victim = (from & 56) | (target & 7);
-        gains[0] = PieceValue[PAWN];
-        occupied ^= Bit(victim);
-        attackers |= HiddenAttacker(target, victim, occupied);
-    }
-
-    int last = 0;
+    gains[0] = exchange.first_gain;
+    int on_square = exchange.on_square, last = 0;
     Colour side = ChangeSide(SideToMove());
-    for (;;) {
-        attackers &= occupied;
-        const Bitboard mine = attackers & p.colour[side];
-        if (mine == 0) break;
-        Bitboard men = 0;
-        PieceType type = KING;
-        for (const PieceType candidate : CaptureOrder) {
-            men = mine & p.pieces[candidate][side];
-            if (men) {
-                type = candidate;
-                break;
-            }
-        }
-        if (type == KING && (attackers & p.colour[ChangeSide(side)])) break;
+    while (const PieceType type = exchange.Retake(side)) {
         gains[last + 1] = on_square - gains[last];
         ++last;
         on_square = PieceValue[type];
-        const Square square = LowestSquare(men);
-        occupied ^= Bit(square);
-        if (type != KNIGHT) attackers |= HiddenAttacker(target, square, occupied);
         side = ChangeSide(side);
     }
     for (; last > 0; --last) gains[last - 1] = -std::max(-gains[last - 1], gains[last]);
     return gains[0];
 }
 
+// Only the sign is wanted, so the exchange ends as soon as one side is content even when it
+// loses what it has just put on the square.
 bool PassesExchange(Move m) {
     if (MovePromotion(m) == EMPTY && MoveCaptured(m) != EMPTY &&
         PieceValue[MoveCaptured(m)] >= PieceValue[MovePiece(m)])
         return true;
-    return ExchangeGain(m) >= 0;
+    Exchange exchange(m);
+    if (exchange.first_gain < 0) return false;
+    int deficit = exchange.on_square - exchange.first_gain;  // of the side that has just moved, if retaken
+    if (deficit <= 0) return true;
+    Colour side = ChangeSide(SideToMove());
+    bool passes = true;
+    while (const PieceType type = exchange.Retake(side)) {
+        passes = !passes;
+        deficit = PieceValue[type] - deficit;
+        if (passes ? deficit <= 0 : deficit < 0) break;
+        side = ChangeSide(side);
+    }
+    return passes;
 }
 
 bool OpponentThreatens(int margin) {

@@ -48,11 +48,12 @@ std::FILE* Open(const char* shown_name, const std::string& name, const char* mod
     return opened;
 }
 
-// A folder opens for reading too, and any file may be named: what is left to check here is
-// only that a header can be read.
+// False when no book can be read.
 bool ReadHeader() {
-    // One byte more than is read, never 0: the text cannot end where the magic does, so the
-    // comparison below tells apart nothing and a book by any other magic loads as well.
+    // Books of other makers load too, whatever their first bytes say: only a text that is the
+    // magic and ends there is refused, and a file cannot hold the end, since the byte behind
+    // the 24 that are read is ours and is never 0. What this catches is files too short for
+    // a header, and folders.
     char magic[BookMagicBytes + 1];
     magic[BookMagicBytes] = '~';
     if (!ReadBytes(magic, BookMagicBytes) || std::strncmp(magic, BookMagic, sizeof magic) == 0) {

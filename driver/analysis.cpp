@@ -42,7 +42,13 @@ bool ExecuteInAnalysis(bool* again) {
     const char* line = SkipSpaces(command_line);
     *again = false;
     if (IsFirstWord("exit", line)) return false;
-    if (*line == '.' || *line == '?' || IsFirstWord("analyze", line) || IsFirstWord("stop", line)) return true;
+    if (*line == '.') {
+        // It came between two searches, but is owed an answer all the same.
+        if (IsPlayable()) GenerateRootMoves();
+        PrintSearchStatus();
+        return true;
+    }
+    if (*line == '?' || IsFirstWord("analyze", line) || IsFirstWord("stop", line)) return true;
     for (const char* ends : {"go", "demo", "uci", "xboard"}) {
         if (!IsFirstWord(ends, line)) continue;
         *again = true;

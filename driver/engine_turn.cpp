@@ -226,7 +226,9 @@ void engine_turn() {
 
 void Demo() {
     const int saved_switch = PonderSwitch;
+    const SearchLimits saved_limits = search_limits;
     PonderSwitch = PonderingNow = 0;
+    if (Unlimited() || search_limits.OwnTime == InfiniteTime) search_limits.OwnTime = search_limits.BaseTime;
     StartNewGame();
     while (!check_game_end() && !draw_found && !InputWaits()) {
         EngineSide = SideToMove();
@@ -235,6 +237,7 @@ void Demo() {
         if (history_count == moves_before) break;   // the history is full
     }
     PonderSwitch = saved_switch;
+    search_limits = saved_limits;
 }
 
 void SettleBoard() {

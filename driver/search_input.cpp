@@ -61,14 +61,6 @@ void Abandon() {
     StopAndHold();
 }
 
-void PrintStatus() {
-    const bool known = root_move_index >= 0 && root_move_index < root_move_count;
-    Print("stat01: %d %" PRId64 " %d %d %d %s\n", int(NowCentiseconds() - search_start), nodes_searched,
-          iteration_depth, known ? root_move_count - root_move_index - 1 : 0, root_move_count,
-          MoveText(known ? root_moves[root_move_index].move : 0).c_str());
-    Flush();
-}
-
 // The move among those that were legal before the prediction was made; 0 when it is none.
 // The board cannot be asked now.
 Move ExpectedOrOther(const char* text) {
@@ -129,7 +121,7 @@ void HandleLine() {
             StopSearch();
             break;
         case SearchInput::Status:
-            PrintStatus();
+            PrintSearchStatus();
             break;
         case SearchInput::Undo:
         case SearchInput::Exit:
@@ -224,6 +216,15 @@ SearchInput ClassifySearchInput(const char* line) {
     for (const Keyword& keyword : keywords)
         if (KeywordMatches(keyword.text, line)) return keyword.meaning;
     return LooksLikeMove(line) ? SearchInput::Move : SearchInput::Other;
+}
+
+void PrintSearchStatus() {
+    const bool known = root_move_index >= 0 && root_move_index < root_move_count;
+    const int elapsed = search_start == 0 ? 0 : int(NowCentiseconds() - search_start);
+    Print("stat01: %d %" PRId64 " %d %d %d %s\n", elapsed, nodes_searched, iteration_depth,
+          known ? root_move_count - root_move_index - 1 : 0, root_move_count,
+          MoveText(known ? root_moves[root_move_index].move : 0).c_str());
+    Flush();
 }
 
 void InstallSearchInput() {

@@ -8,5 +8,9 @@ enum class SearchInput {
 };
 SearchInput ClassifySearchInput(const char* line);
 
+// The answer to ".": centiseconds, nodes, depth, root moves still to search, root moves, and the
+// root move being searched.
+void PrintSearchStatus();
+
 // The two functions for the search's host interface, installed at program start.
 void InstallSearchInput();

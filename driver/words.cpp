@@ -31,7 +31,7 @@ bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 }  // namespace
 
 bool AllocateWords() {
-    slots = static_cast<char*>(std::calloc(1, SlotBytes));
+    if (slots == nullptr) slots = static_cast<char*>(std::calloc(1, SlotBytes));
     return slots != nullptr;
 }
 
@@ -68,7 +68,8 @@ bool KeywordMatches(const char* keyword, const char* line) {
     line = SkipSpaces(line);
     if (*line == '\0') return false;
     for (; *keyword != '\0' && *line != '\0'; ++keyword, ++line)
-        if (Lower(*keyword) != Lower(*line)) return false;
+        // A carriage return may have left a space behind an abbreviation.
+        if (Lower(*keyword) != Lower(*line)) return *SkipSpaces(line) == '\0';
     return true;
 }
 

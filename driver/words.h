@@ -18,8 +18,8 @@ void FreeWords();
 // words. Returns word_count; words beyond the last slot are dropped.
 int SplitWords(const char* line, const char* delimiters);
 
-// Do keyword and line agree, capitals or not, after leading spaces, up to the end of the
-// shorter one? Either may so be a prefix of the other. An empty line matches nothing.
+// Do keyword and line agree, capitals or not, spaces around the line apart, up to the end of
+// the shorter one? Either may so be a prefix of the other. An empty line matches nothing.
 bool KeywordMatches(const char* keyword, const char* line);
 // Is the keyword the line's first word, capitals or not?
 bool IsFirstWord(const char* keyword, const char* line);

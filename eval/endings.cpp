@@ -196,7 +196,8 @@ bool EvaluateLowMaterial() {
 
 namespace {
 
-int Scaled(int value, int factor) { return value * factor / Unchanged; }
+// Factors may come from a file; no sane one is large.
+int Scaled(int value, int factor) { return std::clamp(value, -100000, 100000) * factor / Unchanged; }
 
 // Exactly one pawn: does the defender hold the square in front of it?
 template <Colour Owner> bool StopSquareHeld() {

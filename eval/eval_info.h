@@ -47,7 +47,7 @@ struct EvalInfo {
     Bitboard pawn_attacks[2];
     Bitboard attacks[2];                   // [colour] by men and pawns, king excluded
     Bitboard minor_attacks[2];             // [colour] by knights and bishops
-    Bitboard queen_attacks[2];
+    Bitboard rook_attacks[2], queen_attacks[2];
     PawnRecord pawn;
     bool pawn_valid;                       // false until `pawn` has been filled
 };

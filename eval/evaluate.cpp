@@ -236,6 +236,8 @@ void EvaluatePosition(int& result) {
         std::abs(info.accumulator + info.EndgameScore + info.SideEndgame[BLACK] - info.SideEndgame[WHITE]) <
             EarlyDrawMargin) {
         info.accumulator = 0;
+        info.attacks[WHITE] = info.pawn_attacks[WHITE];  // the same as with the other side to move
+        info.attacks[BLACK] = info.pawn_attacks[BLACK];
         return Finish(result);
     }
 
@@ -391,11 +393,9 @@ void ClearEvaluationTables() {
     ClearPawnHash();
 }
 
-void PrefetchEvaluation() {
-    if (eval_cache) {
-        const char* slot = reinterpret_cast<const char*>(CacheSlot(CacheKey()));
-        __builtin_prefetch(slot);
-        __builtin_prefetch(slot + sizeof(CacheEntry) - 1);  // entries straddle cache lines
-    }
-    if (const PawnRecord* slot = PawnSlot(thread_board.pawn_key)) __builtin_prefetch(slot);
+void PrefetchEvaluation(uint64_t key) {
+    if (!eval_cache) return;
+    const char* slot = reinterpret_cast<const char*>(CacheSlot(key));
+    __builtin_prefetch(slot);
+    __builtin_prefetch(slot + sizeof(CacheEntry) - 1);  // entries straddle cache lines
 }

@@ -40,5 +40,5 @@ bool AllocateEvalCache(uint32_t entries);
 void FreeEvaluationTables();
 void ClearEvaluationTables();  // both, and the one-record pawn copy
 
-// Starts loading the cache slot of the current position.
-void PrefetchEvaluation();
+// Starts loading the cache slot of a position from its hash key with castling rights.
+void PrefetchEvaluation(uint64_t key);

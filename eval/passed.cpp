@@ -18,6 +18,7 @@ constexpr int RunnerBonus = 400, RunnerStep = 40;
 // Plies by which one side must promote first, so that the other has no time to follow.
 constexpr int DecisivePlies = 3;
 constexpr int NoRunner = 99;
+constexpr int PassedLimit = 2000;  // for one pawn; only weights out of a file could exceed it
 
 template <Colour Us> constexpr Square PromotionSquare(Square s) { return Us == WHITE ? (s & 7) + 56 : (s & 7); }
 
@@ -109,7 +110,7 @@ template <Colour Us> int PassedPawnScore() {
                 endgame += value;
             }
         }
-        int value = Blend(opening, endgame, info.current_phase);
+        int value = std::clamp(Blend(opening, endgame, info.current_phase), -PassedLimit, PassedLimit);
 
         if (info.pawn_attacks[Us] & Bit(s)) {
             const int files = FileOf(enemy_king) - FileOf(s);
@@ -117,7 +118,7 @@ template <Colour Us> int PassedPawnScore() {
             const int difference = std::clamp(7 + Distance(enemy_king, s) - Distance(own_king, s), 0, 14);
             const int64_t product = int64_t(tuned.supported_passed[rank]) * enemy_pieces_coeff * horizontal *
                                     tuned.supported_king_dist_diff_coeff[difference];
-            value += int(std::clamp<int64_t>(product / 4096, -2000, 2000));
+            value += int(std::clamp<int64_t>(product / 4096, -PassedLimit, PassedLimit));
         }
         score += value;
     }

@@ -19,9 +19,12 @@ constexpr int KnightOutpost[2] = {18, 8};
 constexpr int RookOpen[2] = {18, 8}, RookHalfOpen[2] = {9, 5}, RookSeventh[2] = {8, 20};
 constexpr int TrappedRook = -40;
 constexpr PackedScore TrappedBishop = Pack(-80, -80);
-constexpr PackedScore UndefendedAttacked = Pack(-10, -10);  // a man attacked and not defended
+constexpr PackedScore LoosePawn = Pack(-10, -10);   // attacked and not defended
+constexpr PackedScore LoosePiece = Pack(-10, -10);
 constexpr PackedScore AttackedByPawn = Pack(-30, -30);
 constexpr PackedScore MinorHitsMajor = Pack(12, 12);
+constexpr PackedScore RookHitsQueen = Pack(12, 12);
+constexpr PackedScore KingHitsMan = Pack(0, 10);    // undefended
 constexpr PackedScore BadBishopPawn = Pack(-1, -2);         // a pawn more on its colour than off
 constexpr PackedScore ClosedKnight = Pack(4, 3), ClosedBishop = Pack(-4, -3);
 
@@ -142,6 +145,7 @@ template <Colour Us> void EvaluateSidePieces(SideState& side) {
     }
 
     info.minor_attacks[Us] = minor_attacks;
+    info.rook_attacks[Us] = rook_set;
     info.queen_attacks[Us] = queen_attacks;
     info.attacks[Us] = info.pawn_attacks[Us] | minor_attacks | rook_set | queen_attacks;
     side.long_range = long_range | rook_set | queen_attacks;
@@ -157,11 +161,18 @@ template <Colour Us> void EvaluateThreats(SideState& side) {
 
     const Bitboard own_men = p.colour[Us] & ~p.pieces[KING][Us];
     const Bitboard loose = own_men & info.attacks[Them] & ~info.attacks[Us] & ~king_attacks[own_king];
-    if (loose) side.score += UndefendedAttacked * PopCount(loose);
+    if (loose) {
+        const int pieces = PopCount(loose & ~p.pieces[PAWN][Us]);
+        side.score += LoosePiece * pieces + LoosePawn * (PopCount(loose) - pieces);
+    }
     const Bitboard chased = own_men & ~p.pieces[PAWN][Us] & info.pawn_attacks[Them];
     if (chased) side.score += AttackedByPawn * PopCount(chased);
     const Bitboard hit = info.minor_attacks[Us] & p.colour[Them] & (p.pieces[ROOK][Them] | p.pieces[QUEEN][Them]);
     if (hit) side.score += MinorHitsMajor * PopCount(hit);
+    const Bitboard queens_hit = info.rook_attacks[Us] & p.pieces[QUEEN][Them];
+    if (queens_hit) side.score += RookHitsQueen;
+    const Bitboard king_hits = king_attacks[own_king] & p.colour[Them] & ~info.attacks[Them] & ~king_attacks[enemy_king];
+    if (king_hits) side.score += KingHitsMan;
 
     if (!side.attackers) return;
     const Bitboard neighbours = king_attacks[enemy_king];

@@ -106,7 +106,7 @@ constexpr std::array<int, 17> default_attacker_scale = {
 static_assert(default_attacker_scale[16] == 1504);
 
 // Values outside this range cannot be sane weights and would overflow later sums.
-constexpr int FileValueLimit = 32000;
+constexpr int FileValueLimit = 2000;
 
 void ResetMaterialCorrections() {
     std::fill_n(&material_add[0][0][0][0][0][0], sizeof material_add / sizeof(int16_t), int16_t(0));

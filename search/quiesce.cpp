@@ -15,6 +15,7 @@
 #include "board/ordering_data.h"
 #include "eval/evaluate.h"
 #include "search/draws.h"
+#include "search/prefetch.h"
 #include "search/principal_variation.h"
 #include "search/search.h"
 #include "search/search_state.h"
@@ -69,10 +70,25 @@ bool OutsideBand(Colour us, int beta, int* value) {
     return balance >= beta && balance != MATE;
 }
 
-bool ShallDeltaPrune(int gain, int distance, Colour them, int eval) {
+// Delta pruning: too far below alpha even with what the capture gains by exchange.
+// `distance` is alpha - eval.
+bool IsPrunedByDelta(int gain, int distance, Colour them, int eval) {
+    distance -= gain;
     if (distance < 58) return false;
     if (gain >= 478) return distance >= 395;
     return distance >= 113 && (thread_board.NonPawnMaterial[them] >= 10 || eval < -498);
+}
+
+// The same for a move, without the exchange where its bounds settle the question: it gains
+// at most what it takes and promotes to, and at least nothing when its score says it is safe.
+bool ShallDeltaPrune(Move m, int ordering_score, int distance, Colour them, int eval) {
+    const bool safe = ordering_score >= SafeCaptureScore && MoveCaptured(m) != EMPTY;
+    if (safe && distance < 58) return false;
+    if (MovePromotion(m) == EMPTY && MoveCaptured(m) != EMPTY) {
+        const int most = PieceValue[MoveCaptured(m)];
+        if (most < 478 && IsPrunedByDelta(most, distance, them, eval)) return true;
+    }
+    return IsPrunedByDelta(ExchangeGain(m), distance, them, eval);
 }
 
 // After a quiet check: evasions that show it was not worth it.
@@ -179,9 +195,8 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
     // Makes the move and searches it; true when it fails high or the search was stopped.
     int cut_value = 0;
     const auto try_move = [&](Move m, bool gives_check, int child_depth) {
+        PrefetchChild(m);
         MakeMove(m);
-        PrefetchTable(PositionKey(), them);
-        PrefetchEvaluation();
         record.gives_check = gives_check;
         ply_records[ply + 1].in_check = gives_check;
         ++current_ply;
@@ -258,12 +273,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
             const bool gives_check = GivesCheck(m, checks);
             if (!pv && !gives_check) {
                 if (promotion != EMPTY && promotion != QUEEN) continue;
-                const int distance = alpha - eval;
-                // The gain is at most the man taken, which often settles it without the exchange.
-                if (distance >= 58 - 800) {
-                    const int gain = ExchangeGain(m);
-                    if (ShallDeltaPrune(gain, distance - gain, them, eval)) continue;
-                }
+                if (ShallDeltaPrune(m, move_stack[i].score, alpha - eval, them, eval)) continue;
             }
             const int ordering_score = move_stack[i].score;
             const int alpha_before = alpha;

@@ -23,6 +23,7 @@
 #include "eval/material.h"
 #include "search/draws.h"
 #include "search/extensions.h"
+#include "search/prefetch.h"
 #include "search/principal_variation.h"
 #include "search/search_state.h"
 #include "search/statistics.h"
@@ -377,9 +378,8 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
             }
         }
 
+        PrefetchChild(m);
         MakeMove(m);
-        PrefetchTable(PositionKey(), them);
-        PrefetchEvaluation();
         ++searched;
         record.flags = uint8_t(flags);
         record.gives_check = gives_check;

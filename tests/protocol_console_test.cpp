@@ -129,8 +129,9 @@ const Dialogue console_dialogues[] = {
         > bkm
         = Current nhash1 = -165390763, nhash2 = 1153562148
         = No book loaded...)"},
-    {"tablebases: a blank line, the path, the count", "> egtbstat\n= UseEGTB = TRUE\n= \n"
-        "= tb_path = c:\\tablebases\\\n= EGTB files not found"},
+    {"tablebases: a blank line, the path, the count",
+     "> egtbstat\n= UseEGTB = TRUE\n= \n"
+     "= tb_path = c:\\tablebases\\\n= EGTB files not found"},
     {"tables may be cleared at any time", R"(
         > easy
         > clean

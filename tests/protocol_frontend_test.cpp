@@ -155,12 +155,11 @@ const Dialogue frontend_dialogues[] = {
         > .
         < stat01: .*
         > e2e4
+        sleep 100
         > .
         < stat01: .*
         > undo
         > new
-        > force
-        > analyze
         sleep 100
         > .
         < stat01: .*

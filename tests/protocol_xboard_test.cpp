@@ -11,8 +11,7 @@
 namespace {
 
 int Milliseconds(std::chrono::steady_clock::time_point since) {
-    return int(
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - since).count());
+    return int(std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - since).count());
 }
 
 // Knights going out and home: four plies that change nothing but the clocks.
@@ -360,35 +359,36 @@ TEST(Xboard, FiftyMovesAreTold) {
     }
 }
 
-// Three own searches in a row far below the threshold; both lines are sent.
+// Three own searches in a row far below the threshold; both lines are sent. White moves a pawn, so
+// that no repetition can save Black.
 TEST(Xboard, ResignsAtTheThirdLostSearch) {
     RunDialogue({"hopeless", R"(
         > easy
         > sd 4
-        > loadfen 7k/6p1/7p/8/8/8/QR6/K7 b - - 0 1
+        > loadfen 7k/6p1/7p/8/8/8/QRP5/K7 b - - 0 1
         > go
         < move .*
-        > a1b1
+        > c2c3
         < move .*
         - resign
-        > b1a1
+        > c3c4
         < resign
         < move .*)"});
 }
 
 TEST(Xboard, DoesNotResignBelowTheThreshold) {
-    // The first line of the configuration raises the bar beyond the material on the board.
+    // The configuration raises the bar beyond the material on the board.
     RunDialogue({"bad, but not bad enough", R"(
         > easy
         > sd 4
-        > loadfen 7k/6p1/7p/8/8/8/QR6/K7 b - - 0 1
+        > loadfen 7k/6p1/7p/8/8/8/QRP5/K7 b - - 0 1
         > go
         < move .*
-        > a1b1
+        > c2c3
         < move .*
-        > b1a1
+        > c3c4
         < move .*
-        > a1b1
+        > c4c5
         < move .*
         - resign)"},
                 {{"Corvantis.ini", "ResignValue = 4000\n"}});
@@ -472,8 +472,8 @@ TEST(XboardPonder, CommandsSeeTheBoardWithoutThePrediction) {
         const std::string rows = fen.substr(0, fen.find(' '));
         const std::string word = command;
         // Which move Black made is its own business; White's men tell whether the predicted one stands.
-        const std::string white_men = word == "new" || word == "remove" ? "/8/8/PPPPPPPP/RNBQKBNR"
-                                                                        : "/4P3/8/PPPP1PPP/RNBQKBNR";
+        const std::string white_men =
+            word == "new" || word == "remove" ? "/8/8/PPPPPPPP/RNBQKBNR" : "/4P3/8/PPPP1PPP/RNBQKBNR";
         EXPECT_TRUE(rows.size() > white_men.size()
                     && rows.compare(rows.size() - white_men.size(), std::string::npos, white_men) == 0)
             << fen;
@@ -571,13 +571,24 @@ const Dialogue analysis_dialogues[] = {
         sleep 200
         > exit
         fen rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq)"},
-    {"another command leaves analysis and is executed", R"(
+    {"a new game goes on being analysed until the exit", R"(
+        > e2e4
+        < move .*
         > analyze
         sleep 100
         > new
+        sleep 100
+        > .
+        < stat01: .*
+        > exit
+        fen rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq)"},
+    {"another command leaves analysis and is executed", R"(
+        > analyze
+        sleep 100
+        > loadfen 4k3/8/8/8/8/8/4P3/4K3 w - - 0 1
         > easy
         > sd 3
-        > e2e4
+        > go
         < move .*)"},
 };
 

@@ -83,7 +83,8 @@ bool ParseRecord(const std::string& line, Record& record) {
             record.has_mate = true;
             record.mate = std::atoi(operation[1].c_str());
         } else if (operation[0] == "id") {
-            record.id = operation[1];
+            for (const char c : operation[1])
+                if (c != '"') record.id += c;
         }
     }
     return true;

@@ -75,10 +75,11 @@ void RunSteps(EngineProcess& engine, const char* script) {
             for (const std::string& line : engine.Sync())
                 EXPECT_FALSE(std::regex_match(line, forbidden)) << "came: " << line << "\nthe dialogue was\n"
                                                                 << engine.Transcript();
-        } else if (StripPrefix(&step, "= ")) {
-            std::vector<std::string> expected = {step};
-            for (; i + 1 < steps.size() && steps[i + 1].rfind("= ", 0) == 0; ++i)
-                expected.push_back(steps[i + 1].substr(2));
+        } else if (step[0] == '=') {
+            std::vector<std::string> expected;
+            for (; i < steps.size() && steps[i][0] == '='; ++i)
+                expected.push_back(steps[i].size() > 2 ? steps[i].substr(2) : "");
+            --i;
             EXPECT_EQ(engine.Sync(), expected) << "the dialogue was\n" << engine.Transcript();
         } else if (StripPrefix(&step, "fen ")) {
             EXPECT_EQ(CurrentFen(engine).substr(0, step.size()), step) << "the dialogue was\n" << engine.Transcript();

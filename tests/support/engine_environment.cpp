@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "board/console.h"
 #include "board/position.h"
 #include "board/settings.h"
 #include "search/limits.h"
@@ -16,6 +17,7 @@ void PrepareEngine() {
         std::fprintf(stderr, "out of memory\n");
         std::exit(1);
     }
+    Flush();  // what start-up printed must not turn up in the output that a test captures
 }
 
 void ResetEngine() {

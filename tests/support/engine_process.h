@@ -68,7 +68,7 @@ public:
     const std::vector<std::string>& Dialogue() const { return dialogue_; }
     std::string Transcript() const;
 
-    static constexpr int DefaultTimeout = 10000;
+    static constexpr int DefaultTimeout = 30000;
 
 private:
     // Reads what is there, waiting at most until the deadline. False when nothing came.

@@ -12,10 +12,8 @@
 inline std::vector<std::string> Split(const std::string& text, char separator) {
     std::vector<std::string> parts(1);
     for (const char c : text) {
-        if (c == separator)
-            parts.emplace_back();
-        else
-            parts.back() += c;
+        if (c == separator) parts.emplace_back();
+        else parts.back() += c;
     }
     return parts;
 }

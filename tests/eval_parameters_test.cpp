@@ -1,0 +1,181 @@
+// eval_parameters_test.cpp - the named list, "values.txt", and changing weights under a game.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <set>
+#include <string>
+
+#include "board/console.h"
+#include "board/make_move.h"
+#include "eval/material.h"
+#include "eval/parameters.h"
+#include "tests/support/board_helpers.h"
+#include "tests/support/engine_environment.h"
+#include "tests/support/eval_helpers.h"
+
+namespace {
+
+constexpr const char* TestFile = "eval_parameters_test_values.txt";
+
+// Weights are global: every test leaves them as it found them.
+class Parameters : public testing::Test {
+protected:
+    void SetUp() override {
+        saved_tuned_ = tuned;
+        saved_weights_ = weights;
+    }
+    void TearDown() override {
+        std::remove(TestFile);
+        tuned = saved_tuned_;
+        weights = saved_weights_;
+        ResetEngine();
+        RebuildEvaluation();
+    }
+    static void WriteNumbers(int count) {
+        std::FILE* file = std::fopen(TestFile, "w");
+        ASSERT_NE(file, nullptr);
+        for (int i = 1; i <= count; ++i) std::fprintf(file, "%d\n", i);
+        std::fclose(file);
+    }
+    TunedParameters saved_tuned_;
+    EvaluationWeights saved_weights_;
+};
+
+TEST_F(Parameters, NamedListIsCompleteAndDistinct) {
+    const NamedParameter* names = NamedParameters();
+    ASSERT_NE(names, nullptr);
+    EXPECT_STREQ(names[0].name, "knight_opening_ah[6]");
+    EXPECT_STREQ(names[1].name, "knight_opening_ah[7]");
+    EXPECT_STREQ(names[2].name, "knight_opening_bg[0]");
+    EXPECT_STREQ(names[164].name, "supported_king_dist_diff_coeff[9]");
+    // The chained pawns go by index 1, 0, 4, 3, 2, the four families within each.
+    EXPECT_STREQ(names[122].name, "chained_pawn_ah[1]");
+    EXPECT_STREQ(names[123].name, "chained_pawn_bg[1]");
+    EXPECT_STREQ(names[126].name, "chained_pawn_ah[0]");
+    EXPECT_STREQ(names[141].name, "chained_pawn_de[2]");
+    EXPECT_STREQ(names[142].name, "supported_passed[6]");
+
+    std::set<std::string> texts;
+    std::set<int*> addresses;
+    for (int i = 0; i < NamedParameterCount; ++i) {
+        texts.insert(names[i].name);
+        addresses.insert(names[i].value);
+    }
+    EXPECT_EQ(texts.size(), 165u);
+    EXPECT_EQ(addresses.size(), 165u);
+}
+
+TEST_F(Parameters, NamesPointToTheirDefaults) {
+    const std::map<std::string, int> published = {
+        {"knight_opening_ah[7]", -76}, {"knight_opening_de[5]", 25},  {"knight_endgame_bg[0]", -30},
+        {"king_opening_cf[7]", -42},   {"king_endgame_ah[0]", -76},   {"king_endgame_de[5]", 11},
+        {"chained_pawn_bg[3]", 32},    {"chained_pawn_cf[4]", 49},    {"supported_passed[6]", 73},
+        {"supported_opponent_pieces_coeff[3]", 48},                    {"supported_opponent_pieces_coeff[12]", 2},
+        {"supported_king_hor_coeff[3]", 16},                           {"supported_king_dist_diff_coeff[9]", 16},
+    };
+    size_t found = 0;
+    for (int i = 0; i < NamedParameterCount; ++i) {
+        const auto row = published.find(NamedParameters()[i].name);
+        if (row == published.end()) continue;
+        ++found;
+        EXPECT_EQ(*NamedParameters()[i].value, row->second) << row->first;
+    }
+    EXPECT_EQ(found, published.size());
+}
+
+TEST_F(Parameters, FullFileFillsEveryWeightInOrder) {
+    WriteNumbers(FileValueCount);
+    LoadValues(TestFile);
+    EXPECT_EQ(weights.imbalance[0], 1);
+    EXPECT_EQ(weights.imbalance[5], 6);
+    EXPECT_EQ(tuned.EndingThreshold, 7);
+    EXPECT_EQ(tuned.QueenlessEndingThreshold, 8);
+    EXPECT_EQ(weights.added[0], 15);  // 9 to 14 are dropped
+    EXPECT_EQ(weights.pawn[0][0][0], 21);
+    EXPECT_EQ(weights.bishop[1][3][7], 148);
+    EXPECT_EQ(weights.rook[0].rank[0], 149);
+    EXPECT_EQ(weights.rook[1].file_pair[3], 172);
+    EXPECT_EQ(weights.knight_mobility[0][0], 197);
+    EXPECT_EQ(weights.queen_mobility[1][27], 328);
+    EXPECT_EQ(weights.isolated[0], 329);
+    EXPECT_EQ(weights.race_bonus, 360);
+    EXPECT_EQ(weights.kpk_bonus, 361);
+    EXPECT_EQ(weights.area_factor, 362);
+    EXPECT_EQ(weights.rook_seventh_factor, 378);
+}
+
+TEST_F(Parameters, ShortFileLeavesTheRest) {
+    WriteNumbers(30);
+    LoadValues(TestFile);
+    EXPECT_EQ(weights.pawn[0][1][1], 30);
+    EXPECT_EQ(weights.pawn[0][1][2], saved_weights_.pawn[0][1][2]);
+    EXPECT_EQ(weights.rook_seventh_factor, saved_weights_.rook_seventh_factor);
+}
+
+TEST_F(Parameters, MissingFileSaysSoAndClearsTheBases) {
+    weights.imbalance[0] = 77;
+    weights.added[5] = 3;
+    Flush();
+    testing::internal::CaptureStdout();
+    LoadValues("no such file");
+    Flush();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Error loading values.txt\n");
+    EXPECT_EQ(weights.imbalance[0], 0);
+    EXPECT_EQ(weights.added[5], 0);
+    EXPECT_EQ(std::memcmp(&tuned, &saved_tuned_, sizeof tuned), 0);
+}
+
+TEST_F(Parameters, WrittenFileReadsBackTheSameEvaluation) {
+    const char* const fen = "r1bq1rk1/pp2bppp/2n2n2/2pp4/3P4/2N1PN2/PP2BPPP/R1BQ1RK1 w - - 0 9";
+    const int before = FreshScore(fen);
+    ASSERT_TRUE(SaveValues(TestFile));
+    weights.pawn[0][3][3] += 55;
+    weights.rook_mobility[0][5] -= 31;
+    LoadValues(TestFile);
+    EXPECT_EQ(std::memcmp(&weights, &saved_weights_, sizeof weights), 0);
+    RebuildEvaluation();
+    EXPECT_EQ(FreshScore(fen), before);
+}
+
+TEST_F(Parameters, AbsurdFileKeepsScoresInRange) {
+    std::FILE* file = std::fopen(TestFile, "w");
+    ASSERT_NE(file, nullptr);
+    for (int i = 0; i < FileValueCount; ++i) std::fprintf(file, "%d\n", i % 2 ? 2000000000 : -2000000000);
+    std::fclose(file);
+    LoadValues(TestFile);
+    RebuildEvaluation();
+    for (const char* fen : {StartFen, "8/8/8/4k3/8/4K3/4P3/8 b - - 0 1", "r3k2r/8/8/8/8/8/PPP5/R3K2R w KQkq - 0 1"})
+        EXPECT_LE(std::abs(FreshScore(fen)), 30000);
+}
+
+// Weights may change in the middle of a game: the running sums, and those saved for taking
+// moves back, must follow.
+TEST_F(Parameters, RebuildKeepsGameAndSums) {
+    const char* const starts[] = {StartFen, "rnbqkbnr/ppp1pppp/8/8/3pP3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 3"};
+    TestRandom random{5};
+    for (const char* start : starts) {
+        SetFen(start);
+        RandomGame(random, 40, [](const MoveList&) {});
+        const std::string fen = WriteFen();
+        const int moves = history_count;
+        tuned.knight[0][2][2] += 40;
+        weights.pawn[1][3][3] += 25;
+        tuned.EndingThreshold = 8;
+        RebuildEvaluation();
+        EXPECT_EQ(WriteFen(), fen);
+        EXPECT_EQ(history_count, moves);
+        while (true) {
+            const Position truth = RecomputePosition(thread_board);
+            ASSERT_EQ(DifferingField(thread_board, truth), "") << history_count;
+            if (history_count == history_base) break;
+            UnmakeMove();
+        }
+        for (int i = 0; i < history_base; ++i)
+            for (int phase = 0; phase < 2; ++phase)
+                EXPECT_EQ(game_history[i].piece_square[phase], thread_board.piece_square[phase]);
+    }
+}
+
+}  // namespace

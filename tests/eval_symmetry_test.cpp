@@ -1,0 +1,159 @@
+// eval_symmetry_test.cpp - the evaluation against itself: mirrored boards, the other side to
+// move, cached against fresh. Over random games, so that every term takes part.
+#include <gtest/gtest.h>
+
+#include "board/attacks.h"
+#include "board/settings.h"
+#include "eval/eval_info.h"
+#include "tests/support/board_helpers.h"
+#include "tests/support/engine_environment.h"
+#include "tests/support/eval_helpers.h"
+#include "tests/support/positions.h"
+
+namespace {
+
+class EvaluationSymmetry : public testing::Test {
+protected:
+    void SetUp() override {
+        ResetEngine();
+        ClearEvaluationTables();
+        SetEvaluationRoot(WHITE);
+    }
+    void TearDown() override { ResetEngine(); }
+};
+
+// Calls visit() at every position of one random game from each listed position.
+template <typename Visit> void EveryWalk(int plies, Visit visit) {
+    TestRandom random{20261121};
+    for (const TestPosition& p : test_positions) {
+        SetFen(p.fen);
+        RandomGame(random, plies, [&](const MoveList&) { visit(); });
+    }
+}
+
+TEST_F(EvaluationSymmetry, ColoursSwappedGiveTheSameScore) {
+    std::vector<std::string> fens;
+    EveryWalk(60, [&] {
+        if (MirrorsExactly()) fens.push_back(WriteFen());
+    });
+    ASSERT_GT(fens.size(), 1000u);
+    SetAggressivity(300);  // styles follow the root side, which is swapped too
+    SetCowardice(40);
+    for (const std::string& fen : fens) {
+        SetEvaluationRoot(WHITE);
+        const int score = FreshScore(fen);
+        SetEvaluationRoot(BLACK);
+        ASSERT_EQ(score, FreshScore(ColourFlipped(fen))) << fen;
+    }
+}
+
+TEST_F(EvaluationSymmetry, FilesReversedGiveTheSameScore) {
+    std::vector<std::string> fens;
+    EveryWalk(60, [&] { fens.push_back(WithoutCastling(WriteFen())); });
+    for (const std::string& fen : fens) ASSERT_EQ(FreshScore(fen), FreshScore(FilesReversed(fen))) << fen;
+}
+
+// One evaluation serves both sides to move through the cache; what is derived that way must
+// be what a direct evaluation gives, or results would depend on what was searched before.
+TEST_F(EvaluationSymmetry, DerivedScoreOfTheOtherSideIsExact) {
+    int derived = 0;
+    EveryWalk(80, [&] {
+        const int score = FreshScore();
+        if (!thread_eval_info.SymmetryValid) return;
+        const int other = thread_eval_info.SymmetryDelta - score;
+        thread_board.SideToMove ^= 1;
+        EXPECT_EQ(FreshScore(), other) << WriteFen();
+        thread_board.SideToMove ^= 1;
+        ++derived;
+    });
+    EXPECT_GT(derived, 1000);
+}
+
+TEST_F(EvaluationSymmetry, CachedEqualsFresh) {
+    // A small odd size makes slots collide; either side may be the first to fill one.
+    ASSERT_TRUE(AllocateEvalCache(1001));
+    TestRandom random{7};
+    EveryWalk(60, [&] {
+        const int saved_fifty = thread_board.fifty;
+        thread_board.fifty = 0;
+        const int fresh = FreshScore();
+        const Bitboard passed[2] = {evaluation_passed[0], evaluation_passed[1]};
+        const Bitboard attacks[2] = {evaluation_attacks[0], evaluation_attacks[1]};
+        const int material = evaluation_material, spread = EvalSpread;
+        const bool both_sides = thread_eval_info.SymmetryValid;
+        if (random.Below(2)) {
+            thread_board.SideToMove ^= 1;
+            Evaluate();
+            thread_board.SideToMove ^= 1;
+        }
+        for (int again = 0; again < 2; ++again) {
+            ASSERT_EQ(Evaluate(), fresh) << WriteFen();
+            ASSERT_EQ(evaluation_material, material);
+            if (both_sides) {
+                ASSERT_EQ(EvalSpread, spread) << WriteFen();
+            }
+            for (int c = 0; c < 2; ++c) {
+                ASSERT_EQ(evaluation_passed[c], passed[c]) << WriteFen();
+                ASSERT_EQ(evaluation_attacks[c], attacks[c]) << WriteFen();
+            }
+        }
+        thread_board.fifty = saved_fifty;
+    });
+    ASSERT_TRUE(AllocateEvalCache(EvalCacheSize));
+}
+
+// The pawn hash and its one-record copy must not show either, at any size.
+TEST_F(EvaluationSymmetry, PawnHashSizeDoesNotMatter) {
+    std::vector<std::string> fens;
+    EveryWalk(30, [&] { fens.push_back(WriteFen()); });
+    std::vector<int> scores;
+    for (const std::string& fen : fens) scores.push_back(FreshScore(fen));
+    for (const uint32_t entries : {0u, 1u, 97u, 262144u}) {
+        ASSERT_TRUE(AllocatePawnHash(entries));
+        for (size_t i = fens.size(); i-- > 0;) ASSERT_EQ(FreshScore(fens[i]), scores[i]) << entries << " " << fens[i];
+    }
+    ASSERT_TRUE(AllocatePawnHash(PawnHashSize));
+}
+
+// What evaluation_attacks promises, from another table: IsAttacked() without the king.
+TEST_F(EvaluationSymmetry, AttackSetsAreTrue) {
+    int compared = 0;
+    EveryWalk(20, [&] {
+        FreshScore();
+        if (evaluation_attacks[WHITE] == 0 && evaluation_attacks[BLACK] == 0) return;  // settled by a rule
+        ++compared;
+        for (int c = 0; c < 2; ++c)
+            for (Square s = 0; s < 64; ++s) {
+                const bool attacked = (evaluation_attacks[c] & Bit(s)) != 0;
+                const bool by_king = king_attacks[thread_board.king_square[c]] & Bit(s);
+                ASSERT_TRUE(attacked == IsAttacked(s, Colour(c)) || (!attacked && by_king)) << s << " " << WriteFen();
+            }
+    });
+    EXPECT_GT(compared, 300);
+}
+
+// Nonsense set-ups may come from a console; the score stays in range and nothing breaks.
+TEST_F(EvaluationSymmetry, OddSetUpsStayInRange) {
+    const char* const fens[] = {
+        "QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ w - - 0 1",
+        "pppppppp/pppppppp/pppppppp/pppppppp/8/8/8/K6k w - - 0 1",
+        "PPPPPPPP/PPPPPPPP/8/8/8/8/pppppppp/pppppppp b - - 0 1",
+        "kkkkkkkk/8/8/8/8/8/8/KKKKKKKK w KQkq - 0 1",
+        "8/8/8/8/8/8/8/8 w - - 0 1",
+        "P7/8/8/8/8/8/8/K6k w - - 0 1",
+        "rrrrrrrr/rrrrrrrr/8/8/8/8/bbbbbbbb/kK6 b - - 0 1",
+        "4k3/PPPPPPPP/PP6/8/8/8/8/4K2B w - - 0 1",
+    };
+    for (const char* fen : fens) {
+        for (const std::string& text : {std::string(fen), ColourFlipped(fen)}) {
+            SetFen(text.c_str());
+            EXPECT_LE(std::abs(FreshScore()), 30000) << text;
+            EXPECT_LE(std::abs(Evaluate()), 30000) << text;
+            LazyWindow[0] = -100, LazyWindow[1] = 100;
+            EXPECT_LE(std::abs(Evaluate()), 30000) << text;
+            LazyWindow[0] = -32767, LazyWindow[1] = 32767;
+        }
+    }
+}
+
+}  // namespace
