@@ -1,8 +1,6 @@
 // attacks.cpp - filling the attack tables.
 #include "board/attacks.h"
 
-#include <cstdlib>
-
 uint8_t line_pattern[256][8];
 Bitboard rank_attacks[70 * 8];
 Bitboard file_attacks[70 * 8];
@@ -96,8 +94,8 @@ void BuildRays() {
         const int file = FileOf(s), rank = RankOf(s);
         const int anti = file + rank, main = file - rank + 7;
         rook_rays[s] = rank_attacks[line_pattern[0][file] * 8 + rank] | file_attacks[line_pattern[0][rank] * 8 + file];
-        bishop_rays[s] =
-            anti_diagonal_attacks[line_pattern[0][rank] * 16 + anti] | diagonal_attacks[line_pattern[0][rank] * 16 + main];
+        const int pattern = line_pattern[0][rank] * 16;
+        bishop_rays[s] = anti_diagonal_attacks[pattern + anti] | diagonal_attacks[pattern + main];
         queen_rays[s] = rook_rays[s] | bishop_rays[s];
         for (int d = 0; d < 8; ++d) {
             const int step = DirectionSteps[d];
@@ -127,18 +125,21 @@ Bitboard RayAttacks(Square s, int step) {
     if (index < 0) return 0;
     const Bitboard ray = direction_rays[index][s];
     switch (step) {
-        case 9: case -9: return DiagonalAttacks(s) & ray;
-        case 8: case -8: return FileAttacks(s) & ray;
-        case 7: case -7: return AntiDiagonalAttacks(s) & ray;
+        case 9:
+        case -9: return DiagonalAttacks(s) & ray;
+        case 8:
+        case -8: return FileAttacks(s) & ray;
+        case 7:
+        case -7: return AntiDiagonalAttacks(s) & ray;
         default: return RankAttacks(s) & ray;
     }
 }
 
 Bitboard AttackersTo(Square s) {
     const Position& p = thread_board;
-    return (pawn_attacks[WHITE][s] & p.pieces[PAWN][BLACK]) | (pawn_attacks[BLACK][s] & p.pieces[PAWN][WHITE]) |
-           (knight_attacks[s] & (p.pieces[KNIGHT][WHITE] | p.pieces[KNIGHT][BLACK])) |
-           (king_attacks[s] & (p.pieces[KING][WHITE] | p.pieces[KING][BLACK])) |
-           ((rook_rays[s] & p.rook_movers) ? RookAttacks(s) & p.rook_movers : 0) |
-           ((bishop_rays[s] & p.bishop_movers) ? BishopAttacks(s) & p.bishop_movers : 0);
+    return (pawn_attacks[WHITE][s] & p.pieces[PAWN][BLACK]) | (pawn_attacks[BLACK][s] & p.pieces[PAWN][WHITE])
+        | (knight_attacks[s] & (p.pieces[KNIGHT][WHITE] | p.pieces[KNIGHT][BLACK]))
+        | (king_attacks[s] & (p.pieces[KING][WHITE] | p.pieces[KING][BLACK]))
+        | ((rook_rays[s] & p.rook_movers) ? RookAttacks(s) & p.rook_movers : 0)
+        | ((bishop_rays[s] & p.bishop_movers) ? BishopAttacks(s) & p.bishop_movers : 0);
 }

@@ -11,20 +11,20 @@
 #include "board/bitboard.h"
 #include "board/position.h"
 
-extern uint8_t line_pattern[256][8];                 // [occupancy byte][place] -> 0..69
-extern Bitboard rank_attacks[70 * 8];                // [pattern * 8 + rank]
-extern Bitboard file_attacks[70 * 8];                // [pattern * 8 + file]
-extern Bitboard anti_diagonal_attacks[70 * 16];      // [pattern * 16 + file + rank]
-extern Bitboard diagonal_attacks[70 * 16];           // [pattern * 16 + file - rank + 7]
+extern uint8_t line_pattern[256][8];             // [occupancy byte][place] -> 0..69
+extern Bitboard rank_attacks[70 * 8];            // [pattern * 8 + rank]
+extern Bitboard file_attacks[70 * 8];            // [pattern * 8 + file]
+extern Bitboard anti_diagonal_attacks[70 * 16];  // [pattern * 16 + file + rank]
+extern Bitboard diagonal_attacks[70 * 16];       // [pattern * 16 + file - rank + 7]
 extern Bitboard knight_attacks[64], king_attacks[64];
-extern Bitboard pawn_attacks[2][64];                 // [colour][square]
+extern Bitboard pawn_attacks[2][64];                             // [colour][square]
 extern Bitboard rook_rays[64], bishop_rays[64], queen_rays[64];  // on an empty board
 
 // Directions in the order of direction_rays' first index.
 constexpr int DirectionSteps[8] = {9, 8, 7, 1, -1, -7, -8, -9};
-extern Bitboard direction_rays[8][64];               // [direction][square], to the edge
-extern Bitboard between[64][64];                     // strictly between, empty if not aligned
-extern int8_t direction[64][64];                     // step from a towards b, 0 if not aligned
+extern Bitboard direction_rays[8][64];  // [direction][square], to the edge
+extern Bitboard between[64][64];        // strictly between, empty if not aligned
+extern int8_t direction[64][64];        // step from a towards b, 0 if not aligned
 
 void InitialiseAttacks();
 

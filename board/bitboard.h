@@ -6,8 +6,8 @@
 
 #include "board/types.h"
 
-inline Square LowestSquare(Bitboard b) { return __builtin_ctzll(b); }           // b != 0
-inline Square HighestSquare(Bitboard b) { return 63 ^ __builtin_clzll(b); }     // b != 0
+inline Square LowestSquare(Bitboard b) { return __builtin_ctzll(b); }        // b != 0
+inline Square HighestSquare(Bitboard b) { return 63 ^ __builtin_clzll(b); }  // b != 0
 inline Square PopLowest(Bitboard& b) {
     const Square s = LowestSquare(b);
     b &= b - 1;
@@ -44,6 +44,5 @@ template <Colour C> constexpr Bitboard ShiftBackward(Bitboard b) { return C == W
 
 // All squares that a set of pawns of colour C attacks.
 template <Colour C> constexpr Bitboard PawnAttackSet(Bitboard pawns) {
-    return C == WHITE ? (pawns & ~FileA) << 7 | (pawns & ~FileH) << 9
-                      : (pawns & ~FileA) >> 9 | (pawns & ~FileH) >> 7;
+    return C == WHITE ? (pawns & ~FileA) << 7 | (pawns & ~FileH) << 9 : (pawns & ~FileA) >> 9 | (pawns & ~FileH) >> 7;
 }

@@ -63,13 +63,13 @@ template <Colour us> bool Threatens(int margin) {
     if (rook_hits & ours_above(PieceValue[ROOK] + threshold)) return true;
 
     const Bitboard queens = p.pieces[QUEEN][them];
-    const Bitboard all_hits = pawn_hits | minor_hits | rook_hits | SliderAttackSet(queens, queens);
+    const Bitboard all_hits =
+        pawn_hits | minor_hits | rook_hits | SliderAttackSet(queens, queens) | king_attacks[p.king_square[them]];
     const Bitboard loose = all_hits & ours_above(threshold);
     if (loose == 0) return false;
     const Bitboard our_queens = p.pieces[QUEEN][us];
-    const Bitboard guarded = PawnAttackSet<us>(p.pieces[PAWN][us]) | MinorAttackSet<us>() |
-                             SliderAttackSet(p.pieces[ROOK][us] | our_queens, our_queens) |
-                             king_attacks[p.king_square[us]];
+    const Bitboard guarded = PawnAttackSet<us>(p.pieces[PAWN][us]) | MinorAttackSet<us>()
+        | SliderAttackSet(p.pieces[ROOK][us] | our_queens, our_queens) | king_attacks[p.king_square[us]];
     return (loose & ~guarded) != 0;
 }
 
@@ -141,8 +141,8 @@ int ExchangeGain(Move m) {
 // Only the sign is wanted, so the exchange ends as soon as one side is content even when it
 // loses what it has just put on the square.
 bool PassesExchange(Move m) {
-    if (MovePromotion(m) == EMPTY && MoveCaptured(m) != EMPTY &&
-        PieceValue[MoveCaptured(m)] >= PieceValue[MovePiece(m)])
+    if (MovePromotion(m) == EMPTY && MoveCaptured(m) != EMPTY
+        && PieceValue[MoveCaptured(m)] >= PieceValue[MovePiece(m)])
         return true;
     Exchange exchange(m);
     if (exchange.first_gain < 0) return false;

@@ -33,12 +33,12 @@ bool CastlingPossible(Move m, Colour us) {
     const Colour them = ChangeSide(us);
     if (MoveTo(m) > MoveFrom(m)) {
         if (!(p.castling & (us == WHITE ? WhiteKingSide : BlackKingSide))) return false;
-        return !(p.occupied & (Bit(home + 1) | Bit(home + 2))) && !IsAttacked(home + 1, them) &&
-               !IsAttacked(home + 2, them);
+        return !(p.occupied & (Bit(home + 1) | Bit(home + 2))) && !IsAttacked(home + 1, them)
+            && !IsAttacked(home + 2, them);
     }
     if (!(p.castling & (us == WHITE ? WhiteQueenSide : BlackQueenSide))) return false;
-    return !(p.occupied & (Bit(home - 1) | Bit(home - 2) | Bit(home - 3))) && !IsAttacked(home - 1, them) &&
-           !IsAttacked(home - 2, them);
+    return !(p.occupied & (Bit(home - 1) | Bit(home - 2) | Bit(home - 3))) && !IsAttacked(home - 1, them)
+        && !IsAttacked(home - 2, them);
 }
 
 bool PawnMovePossible(Move m, Colour us) {
@@ -93,8 +93,8 @@ bool IsPseudoLegal(Move m) {
             if (IsCastling(m)) return CastlingPossible(m, us) && !IsAttacked(from, them);
             return (king_attacks[from] & Bit(to)) != 0;
         default: {
-            const Bitboard rays = (MovesLikeRook(piece) ? rook_rays[from] : 0) |
-                                  (MovesLikeBishop(piece) ? bishop_rays[from] : 0);
+            const Bitboard rays =
+                (MovesLikeRook(piece) ? rook_rays[from] : 0) | (MovesLikeBishop(piece) ? bishop_rays[from] : 0);
             return (rays & Bit(to)) != 0 && !(between[from][to] & p.occupied);
         }
     }

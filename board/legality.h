@@ -18,9 +18,9 @@ bool IsFullyLegal(Move m);
 
 // What GivesCheck() needs of a node; computed once per node.
 struct CheckInfo {
-    Bitboard check_squares[8];   // [piece type] squares from which it would hit the enemy king
-    Bitboard discoverers;        // own men that shield the enemy king from an own slider
-    Square king;                 // the enemy king
+    Bitboard check_squares[8];  // [piece type] squares from which it would hit the enemy king
+    Bitboard discoverers;       // own men that shield the enemy king from an own slider
+    Square king;                // the enemy king
 };
 void ComputeCheckInfo(CheckInfo& info);
 bool GivesCheck(Move m, const CheckInfo& info);

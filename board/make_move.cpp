@@ -66,7 +66,7 @@ inline void RemoveFromIndex(Position& p, Colour c, int type) {
     if (p.MaterialIndex != MaterialIndexNone) {
         p.MaterialIndex -= MaterialRadix[type][c];
     } else if (type != PAWN && p.PieceCount[type][c] == 2) {
-        p.MaterialIndex = ComputeMaterialIndex(p.PieceCount);  // other counts may still forbid it
+        p.MaterialIndex = SumMaterialIndex(p.PieceCount);  // other counts may still forbid it
     }
 }
 

@@ -8,7 +8,7 @@
 
 // Plays the move. With `save` the undo record's saved fields are written; pass false only
 // for a second move from the very same position at the same place of the history, whose
-// record still holds them. Returns the record's index times four, which nobody needs.
+// record still holds them. Returns the record's index times four; callers ignore it.
 int MakeMove(Move move, bool save = true);
 void UnmakeMove();  // takes back the last move of the history
 

@@ -5,7 +5,7 @@
 
 #include "board/console.h"
 
-int ComputeMaterialIndex(const int32_t counts[8][2]) {
+int SumMaterialIndex(const int32_t counts[8][2]) {
     int index = 0;
     for (const Colour c : {WHITE, BLACK}) {
         for (const PieceType type : {QUEEN, ROOK, BISHOP, KNIGHT}) {
@@ -14,6 +14,11 @@ int ComputeMaterialIndex(const int32_t counts[8][2]) {
         }
         index += counts[PAWN][c] * MaterialRadix[PAWN][c];
     }
+    return index;
+}
+
+int ComputeMaterialIndex(const int32_t counts[8][2]) {
+    const int index = SumMaterialIndex(counts);
     if (index > MaterialIndexNone) PrintLine("Error when indexing material!");
     return index;
 }

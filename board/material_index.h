@@ -19,3 +19,5 @@ constexpr int MaterialRadix[8][2] = {
 // a sum that leaves the table (more than eight pawns) and returns that sum all the same, so
 // check before using it as an index.
 int ComputeMaterialIndex(const int32_t counts[8][2]);
+// The same without a word, for the middle of a search.
+int SumMaterialIndex(const int32_t counts[8][2]);

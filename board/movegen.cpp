@@ -112,8 +112,8 @@ template <Colour us, bool scored> void Captures(Bitboard targets) {
 }
 
 template <Colour us, bool scored> void Promotions() {
-    Bitboard pawns = thread_board.pieces[PAWN][us] & RelativeRankMask(us, 6) &
-                     ShiftBackward<us>(~thread_board.occupied);
+    Bitboard pawns =
+        thread_board.pieces[PAWN][us] & RelativeRankMask(us, 6) & ShiftBackward<us>(~thread_board.occupied);
     while (pawns) {
         const Square from = HighestSquare(pawns);
         pawns ^= Bit(from);
@@ -133,11 +133,11 @@ template <Colour us, bool scored> void Castlings() {
     constexpr int king_side = us == WHITE ? WhiteKingSide : BlackKingSide;
     constexpr int queen_side = us == WHITE ? WhiteQueenSide : BlackQueenSide;
     if (!(p.castling & (king_side | queen_side))) return;
-    if ((p.castling & king_side) && !(p.occupied & (Bit(home + 1) | Bit(home + 2))) && !IsAttacked(home + 1, them) &&
-        !IsAttacked(home + 2, them))
+    if ((p.castling & king_side) && !(p.occupied & (Bit(home + 1) | Bit(home + 2))) && !IsAttacked(home + 1, them)
+        && !IsAttacked(home + 2, them))
         AppendQuiets<us, scored>(home, KING, Bit(home + 2));
-    if ((p.castling & queen_side) && !(p.occupied & (Bit(home - 1) | Bit(home - 2) | Bit(home - 3))) &&
-        !IsAttacked(home - 1, them) && !IsAttacked(home - 2, them))
+    if ((p.castling & queen_side) && !(p.occupied & (Bit(home - 1) | Bit(home - 2) | Bit(home - 3)))
+        && !IsAttacked(home - 1, them) && !IsAttacked(home - 2, them))
         AppendQuiets<us, scored>(home, KING, Bit(home - 2));
 }
 
@@ -202,8 +202,8 @@ template <Colour us, bool scored> void AppendQuietEvasion(Move m) {
         const Position& p = thread_board;
         int score = QuietScore(m, us);
         if (MovePiece(m) == KING) score -= KingStepMalus;
-        if (history_count > 0 &&
-            counter_evasions[MoveTo(game_history[history_count - 1].move)][p.king_square[us]][us] == m)
+        if (history_count > 0
+            && counter_evasions[MoveTo(game_history[history_count - 1].move)][p.king_square[us]][us] == m)
             score = CounterEvasionScore;
         Append(m, score);
     }
@@ -285,12 +285,14 @@ template <Colour us> void QuietChecks(bool wide, const CheckInfo& info) {
     for (const PieceType type : {KNIGHT, BISHOP, ROOK, QUEEN}) {
         const Bitboard hits = info.check_squares[type] & allowed;
         if (hits == 0) continue;
-        for (Bitboard men = p.pieces[type][us] & ~info.discoverers; men;) {
+        // With `wide` the men that uncover a check come below, with all their moves.
+        for (Bitboard men = p.pieces[type][us] & (wide ? ~info.discoverers : ~Bitboard(0)); men;) {
             const Square from = PopLowest(men);
-            Bitboard targets = hits & (type == KNIGHT ? knight_attacks[from]
-                                       : type == BISHOP ? bishop_rays[from]
-                                       : type == ROOK   ? rook_rays[from]
-                                                        : queen_rays[from]);
+            Bitboard targets = hits
+                & (type == KNIGHT       ? knight_attacks[from]
+                       : type == BISHOP ? bishop_rays[from]
+                       : type == ROOK   ? rook_rays[from]
+                                        : queen_rays[from]);
             while (targets) {
                 const Square to = PopLowest(targets);
                 if (between[from][to] & p.occupied) continue;

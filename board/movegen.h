@@ -29,7 +29,7 @@ void GeneratePromotions();
 void GenerateQuiets();
 // In check only: every legal move (promotions to queen and knight only), scored.
 void GenerateEvasions();
-// Quiet moves that give check, own king's safety not tested. `wide` adds discovered checks,
+// Quiet moves that give check, castling left out, own king's safety not tested. `wide` adds discovered checks,
 // pawn checks and checks on squares that enemy pawns attack; without it checks that lose
 // the checking piece are left out.
 void GenerateQuietChecks(bool wide);

@@ -77,8 +77,8 @@ std::string MoveText(Move m) {
 }
 
 bool LooksLikeMove(const char* text) {
-    return IsFileLetter(LowerCase(text[0])) && IsRankDigit(text[1])
-        && IsFileLetter(LowerCase(text[2])) && IsRankDigit(text[3]);
+    return IsFileLetter(LowerCase(text[0])) && IsRankDigit(text[1]) && IsFileLetter(LowerCase(text[2]))
+        && IsRankDigit(text[3]);
 }
 
 Move ParseCoordinate(const char* text) {
@@ -160,8 +160,8 @@ static SanFilter ReadSanFilter(const char* token) {
 
     const auto is_o = [](char c) { return c == 'O' || c == '0'; };
     if (is_o(text[0]) && text[1] == '-' && is_o(text[2])) {
-        // The from-rank matters: a bishop on e3 may go to g1 as well. The piece need not be
-        // asked for then, since the king is on the from-square whenever castling is legal.
+        // The from-rank matters: a bishop on e3 may go to g1 as well. The piece is left open, so
+        // that without castling another man's move from the king's home square would do.
         filter.from_file = FileOf(E1);
         filter.to_file = text[3] == '-' ? FileOf(C1) : FileOf(G1);
         filter.from_rank = filter.to_rank = SideToMove() == WHITE ? 0 : 7;
@@ -223,8 +223,7 @@ static std::string Disambiguation(Move m) {
     bool needed = false, same_file = false, same_rank = false;
     for (int i = 0; i < moves.size; ++i) {
         const Move other = moves[i];
-        if (MovePiece(other) != MovePiece(m) || MoveTo(other) != MoveTo(m) || MoveFrom(other) == MoveFrom(m))
-            continue;
+        if (MovePiece(other) != MovePiece(m) || MoveTo(other) != MoveTo(m) || MoveFrom(other) == MoveFrom(m)) continue;
         needed = true;
         same_file |= FileOf(MoveFrom(other)) == FileOf(MoveFrom(m));
         same_rank |= RankOf(MoveFrom(other)) == RankOf(MoveFrom(m));

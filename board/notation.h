@@ -1,4 +1,7 @@
 // notation.h - moves as text: coordinate form both ways, algebraic form both ways.
+//
+// Reading either form, and writing SAN, lists the legal moves on the move stack at
+// ScratchMoves: not for the inside of a search, nor while a list of one's own lies there.
 #pragma once
 
 #include <cstdio>
@@ -14,7 +17,7 @@ std::string MoveText(Move m);
 bool LooksLikeMove(const char* text);
 // The legal move that the first four or five characters name, 0 if there is none. Letters of
 // either case; a promotion without a letter means queen. Text after the move must be a
-// space or the end, else 0. Uses the move stack at ScratchMoves.
+// space or the end, else 0.
 Move ParseCoordinate(const char* text);
 
 // The SAN reader's state: one token and the error flag that stays until it is cleared.

@@ -35,8 +35,7 @@ int CaptureScore(Move m) {
     const PieceType promotion = MovePromotion(m);
     if (promotion == EMPTY || promotion == QUEEN) {
         const CaptureStatistics& slot = capture_statistics[CaptureKey(m, SideToMove())];
-        if (slot.generation == table_generation && slot.tries > TrustedTries)
-            rate = slot.successes * 256 / slot.tries;
+        if (slot.generation == table_generation && slot.tries > TrustedTries) rate = slot.successes * 256 / slot.tries;
     }
     return base + SuccessBonus[rate / 16];
 }

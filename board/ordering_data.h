@@ -11,13 +11,13 @@
 
 // One record a ply. Node flags are bits of `flags`.
 struct PlyRecord {
-    Move best_move;        // produced a cut-off or the exact score
-    Move second_move;      // cleared on entry of a node
-    Move killers[2][2];    // [colour][0 newest, 1 older]
-    int eval;              // static evaluation, side to move's view
-    uint8_t in_check;      // of the side to move at this ply
-    uint8_t gives_check;   // of the move being searched from this ply
-    uint8_t eval_ok;       // alpha <= eval + 100: selects a half of the history table
+    Move best_move;       // produced a cut-off or the exact score
+    Move second_move;     // cleared on entry of a node
+    Move killers[2][2];   // [colour][0 newest, 1 older]
+    int eval;             // static evaluation, side to move's view
+    uint8_t in_check;     // of the side to move at this ply
+    uint8_t gives_check;  // of the move being searched from this ply
+    uint8_t eval_ok;      // alpha <= eval + 100: selects a half of the history table
     uint8_t flags;
 };
 
@@ -26,16 +26,16 @@ enum : int {
     NodeSingleReply = 2,
     NodeRecapture = 4,
     NodePassedPush = 8,
-    NodeChecksTried = 16,     // quiet checks were generated at this ply (quiescence)
-    NodeReduced = 64,         // the move being searched is reduced
-    NodePawnEnding = 128,     // the move captures into a pawn ending
+    NodeChecksTried = 16,  // quiet checks were generated at this ply (quiescence)
+    NodeReduced = 64,      // the move being searched is reduced
+    NodePawnEnding = 128,  // the move captures into a pawn ending
 };
 
-constexpr int SparePly = 160;        // used by GenerateLegalMoves; no search reaches it
+constexpr int SparePly = 160;  // used by GenerateLegalMoves; no search reaches it
 constexpr int PlyRecords = 196;
 extern PlyRecord ply_records[PlyRecords];
-extern int current_ply;              // distance from the root
-extern int iteration_depth;          // current iteration of the root search, in plies
+extern int current_ply;      // distance from the root
+extern int iteration_depth;  // current iteration of the root search, in plies
 
 // Piece class of the history table by piece type. The unusual grouping is meant.
 constexpr int HistoryClass[8] = {0, 0, 0, 1, 0, 2, 1, 3};
@@ -50,11 +50,11 @@ struct CaptureStatistics {
     uint16_t generation, tries, successes;
 };
 extern CaptureStatistics capture_statistics[16384];
-extern uint16_t table_generation;    // search age, shared with the transposition table
+extern uint16_t table_generation;  // search age, shared with the transposition table
 
 inline int CaptureKey(Move m, Colour us) {
-    return ((MoveCaptured(m) * 8 + MovePiece(m)) ^ MoveFrom(m) << 6 ^ MoveTo(m) << 12 ^ (us == WHITE ? 8192 : 0)) &
-           16383;
+    return ((MoveCaptured(m) * 8 + MovePiece(m)) ^ MoveFrom(m) << 6 ^ MoveTo(m) << 12 ^ (us == WHITE ? 8192 : 0))
+        & 16383;
 }
 
 inline int32_t& HistoryValue(int eval_ok, Move m, Colour us) {
@@ -67,5 +67,5 @@ int CaptureScore(Move m);
 // Ordering score of a quiet move: its history value at the current ply.
 inline int QuietScore(Move m, Colour us) { return HistoryValue(ply_records[current_ply].eval_ok, m, us); }
 
-void ClearHistory();         // the history table, counter-evasions and capture statistics
-void ClearOrderingData();    // all of the above and every ply record
+void ClearHistory();       // the history table, counter-evasions and capture statistics
+void ClearOrderingData();  // all of the above and every ply record

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-// Leaves at `depth` plies; 1 for depth <= 0. The last ply is generated, not made.
+// Leaves at `depth` plies; 1 for depth <= 0. Depths above 50 count as 50. The last ply is generated, not made.
 uint64_t Perft(int depth);
 // The same by GenerateLegalMoves(), every move made: slower, another road to the truth.
 uint64_t PerftReference(int depth);

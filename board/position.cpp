@@ -65,7 +65,8 @@ const char* ReadPlacement(const char* text) {
             file += c - '0';
         } else if (const PieceType type = TypeOfLetter(c); type != EMPTY) {
             // A man beyond the h-file has no square; the rest of the rank is dropped.
-            if (file < 8) PlacePiece(SquareAt(file, rank), std::isupper(static_cast<unsigned char>(c)) ? WHITE : BLACK, type);
+            const Colour owner = std::isupper(static_cast<unsigned char>(c)) ? WHITE : BLACK;
+            if (file < 8) PlacePiece(SquareAt(file, rank), owner, type);
             ++file;
         }
     }

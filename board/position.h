@@ -13,33 +13,34 @@
 #include <cstddef>
 #include <string>
 
+#include "board/bitboard.h"
 #include "board/types.h"
 #include "board/zobrist.h"
 
 struct alignas(64) Position {
-    Bitboard occupied;            // byte r is the occupancy of rank r, bit f of it file f
-    uint64_t file_occupied;       // byte f is the occupancy of file f, bit r of it rank r
-    uint8_t diagonal[16];         // [file - rank + 7], bit r = rank r occupied
-    uint8_t anti_diagonal[16];    // [file + rank], bit r = rank r occupied
+    Bitboard occupied;          // byte r is the occupancy of rank r, bit f of it file f
+    uint64_t file_occupied;     // byte f is the occupancy of file f, bit r of it rank r
+    uint8_t diagonal[16];       // [file - rank + 7], bit r = rank r occupied
+    uint8_t anti_diagonal[16];  // [file + rank], bit r = rank r occupied
     Bitboard colour[2];
-    Bitboard pieces[8][2];        // [piece type][colour]
-    Bitboard rook_movers;         // rooks and queens of both colours
-    Bitboard bishop_movers;       // bishops and queens of both colours
-    uint64_t hash_key;            // piece placement only
-    uint64_t pawn_key;            // the pawns of hash_key
-    int32_t SideToMove;           // WHITE or BLACK
-    int32_t king_square[2];       // always 0..63, also without a king
-    int32_t castling;             // castling flags
-    int32_t fifty;                // plies since the last capture or pawn move
-    int32_t MaterialIndex;        // material_index.h
-    int16_t piece_square[2];      // running sums of PieceSquare [opening, endgame]
-    int32_t Material[2];          // centipawns, pawns included, kings not
-    int32_t NonPawnMaterial[2];   // piece units: minor 3, rook 5, queen 9
-    int32_t MajorUnits[2];        // rook 1, queen 2
-    int32_t MinorCount[2];        // knights and bishops
-    int32_t piece_total;          // all men, kings and pawns included
-    int32_t PieceCount[8][2];     // [piece type][colour], kings counted
-    uint8_t board[64];            // piece type, 0 if empty
+    Bitboard pieces[8][2];       // [piece type][colour]
+    Bitboard rook_movers;        // rooks and queens of both colours
+    Bitboard bishop_movers;      // bishops and queens of both colours
+    uint64_t hash_key;           // piece placement only
+    uint64_t pawn_key;           // the pawns of hash_key
+    int32_t SideToMove;          // WHITE or BLACK
+    int32_t king_square[2];      // always 0..63, also without a king
+    int32_t castling;            // castling flags
+    int32_t fifty;               // plies since the last capture or pawn move
+    int32_t MaterialIndex;       // material_index.h
+    int16_t piece_square[2];     // running sums of PieceSquare [opening, endgame]
+    int32_t Material[2];         // centipawns, pawns included, kings not
+    int32_t NonPawnMaterial[2];  // piece units: minor 3, rook 5, queen 9
+    int32_t MajorUnits[2];       // rook 1, queen 2
+    int32_t MinorCount[2];       // knights and bishops
+    int32_t piece_total;         // all men, kings and pawns included
+    int32_t PieceCount[8][2];    // [piece type][colour], kings counted
+    uint8_t board[64];           // piece type, 0 if empty
 };
 extern Position thread_board;
 
@@ -47,9 +48,9 @@ inline Colour SideToMove() { return Colour(thread_board.SideToMove); }
 
 // Written before a move is made, read when it is unmade and by the draw and en-passant rules.
 struct HistoryRecord {
-    uint32_t key_low, key_high;   // hash_key before the move
+    uint32_t key_low, key_high;  // hash_key before the move
     int32_t fifty;
-    Move move;                    // 0 is a null move
+    Move move;  // 0 is a null move
     int32_t castling;
     int32_t MaterialIndex;
     int16_t piece_square[2];
@@ -102,8 +103,7 @@ inline uint64_t PositionKey() {
         const Move last = game_history[history_count - 1].move;
         if (IsDoublePush(last)) {
             const Square to = MoveTo(last);
-            const Bitboard beside = (Bit(to) & ~Bitboard(0x0101010101010101)) >> 1 |
-                                    (Bit(to) & ~Bitboard(0x8080808080808080)) << 1;
+            const Bitboard beside = ShiftWest(Bit(to)) | ShiftEast(Bit(to));
             const int us = thread_board.SideToMove;
             // The pushed pawn must be the other side's: white/black commands may have turned
             // the side to move since.

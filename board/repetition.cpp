@@ -34,16 +34,14 @@ static_assert(Buckets * BucketSize * (sizeof(uint64_t) + sizeof(uint16_t)) == Ke
 
 constexpr unsigned FilterBits = 32768;
 
-static uint64_t* difference_keys;    // [bucket * BucketSize + slot]
-static uint16_t* difference_moves;   // same index
+static uint64_t* difference_keys;   // [bucket * BucketSize + slot]
+static uint16_t* difference_moves;  // same index
 static uint64_t difference_filter[FilterBits / 64];
 
 static unsigned BucketOf(uint64_t difference) { return unsigned(difference) & (Buckets - 1); }
 static unsigned FilterBitOf(uint64_t difference) { return unsigned(difference >> 16) & (FilterBits - 1); }
 
-static uint64_t KeyOf(const HistoryRecord& record) {
-    return record.key_low | uint64_t(record.key_high) << 32;
-}
+static uint64_t KeyOf(const HistoryRecord& record) { return record.key_low | uint64_t(record.key_high) << 32; }
 
 // How many plies back a position may lie that could still be equal to the current one.
 static int ReversiblePlies() { return std::min(thread_board.fifty, history_count); }

@@ -15,7 +15,6 @@ enum Colour : int { WHITE = 0, BLACK = 1 };
 constexpr Colour ChangeSide(Colour c) { return Colour(c ^ 1); }
 
 enum PieceType : int { EMPTY = 0, KING = 1, KNIGHT = 2, PAWN = 3, ROOK = 5, BISHOP = 6, QUEEN = 7 };
-constexpr bool IsSlider(int type) { return type > 3; }
 constexpr bool MovesLikeRook(int type) { return type > 3 && (type & 1) != 0; }
 constexpr bool MovesLikeBishop(int type) { return type > 3 && (type & 2) != 0; }
 
@@ -24,10 +23,7 @@ constexpr int PieceValue[8] = {0, 10000, 300, 100, 0, 500, 300, 900};
 // Piece units by piece type: the measure of non-pawn material (31 a side at the start).
 constexpr int PieceUnits[8] = {0, 0, 3, 0, 0, 5, 3, 9};
 
-enum : Square {
-    A1, B1, C1, D1, E1, F1, G1, H1,
-    A8 = 56, B8, C8, D8, E8, F8, G8, H8
-};
+enum : Square { A1, B1, C1, D1, E1, F1, G1, H1, A8 = 56, B8, C8, D8, E8, F8, G8, H8 };
 constexpr int FileOf(Square s) { return s & 7; }
 constexpr int RankOf(Square s) { return s >> 3; }
 constexpr Square SquareAt(int file, int rank) { return rank * 8 + file; }

@@ -26,7 +26,7 @@ constinit bool book_version_0 = false;
 namespace {
 
 std::FILE* file;
-int64_t slot_bound;   // node count + 3
+int64_t slot_bound;  // node count + 3
 
 bool ReadBytes(void* bytes, size_t count) { return std::fread(bytes, 1, count, file) == count; }
 
@@ -126,7 +126,7 @@ int Choose(const BookNode& node) {
     if (book_version_0) return ChooseVersion0(node);
     if (BookLearningMode == DISCOVER) return ChooseLeastPlayed(node);
     if (UseBookWeights) return ChooseByScore(node);
-    Random();   // keeps the sequence of random numbers independent of the settings
+    Random();  // keeps the sequence of random numbers independent of the settings
     return node.count == 0 || IsExcluded(node.entries[0]) ? -1 : 0;
 }
 
@@ -170,12 +170,12 @@ bool find_node() {
         const int64_t middle = (low + high) / 2;
         uint32_t first, second;
         if (!Seek(middle * BookSlotBytes) || !ReadWord(&first) || !ReadWord(&second)) {
-            high = middle;   // beyond the end of a damaged file
+            high = middle;  // beyond the end of a damaged file
             continue;
         }
         if (first == wanted.first && second == wanted.second) return true;
-        const bool smaller = first != wanted.first ? int32_t(first) < int32_t(wanted.first)
-                                                   : int32_t(second) < int32_t(wanted.second);
+        const bool smaller =
+            first != wanted.first ? int32_t(first) < int32_t(wanted.first) : int32_t(second) < int32_t(wanted.second);
         if (smaller) low = middle + 1;
         else high = middle;
     }
@@ -197,9 +197,7 @@ bool ReadBookNode(BookNode& node) {
     return true;
 }
 
-bool IsExcluded(const BookEntry& entry) {
-    return entry.ours == 255 && (book_version_0 || entry.theirs == 255);
-}
+bool IsExcluded(const BookEntry& entry) { return entry.ours == 255 && (book_version_0 || entry.theirs == 255); }
 
 bool WriteBookPoints(const BookNode& node, int index) {
     const uint8_t bytes[2] = {node.entries[index].ours, node.entries[index].theirs};

@@ -14,7 +14,7 @@
 
 #include <cstdint>
 
-constexpr const char* BookMagic = "~Corvantis openings book";   // 24 characters
+constexpr const char* BookMagic = "~Corvantis openings book";  // 24 characters
 constexpr int BookMagicBytes = 24;
 constexpr int BookVersionOffset = 24, BookCountOffset = 32;
 constexpr int BookSlotBytes = 12, BookFirstSlot = 3;
@@ -22,25 +22,25 @@ constexpr int BookMaxMoves = 255;
 
 struct BookEntry {
     uint8_t from, to;
-    uint8_t ours, theirs;   // version 0: the weight, and 0
+    uint8_t ours, theirs;  // version 0: the weight, and 0
 
-    int Games2() const { return ours + theirs; }   // twice the number of games
+    int Games2() const { return ours + theirs; }  // twice the number of games
     // Points in thousandths, 500 without games.
     int Score() const { return Games2() == 0 ? 500 : ours * 1000 / Games2(); }
 };
 
 struct BookNode {
     int count;
-    int64_t entries_offset;   // of the first entry in the file
+    int64_t entries_offset;  // of the first entry in the file
     BookEntry entries[BookMaxMoves];
 };
 
-extern bool book_version_0;   // no points, no learning
+extern bool book_version_0;  // no points, no learning
 
 struct BookKey {
     uint32_t first, second;
 };
-BookKey CurrentBookKey();     // of the position on the board
+BookKey CurrentBookKey();  // of the position on the board
 
 // True when the open book has a node for the current position; the file then stands at the
 // record's offset field.

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 struct BookKeyTables {
-    uint32_t half[2][2][8][64];   // [half][colour][piece type][square]
+    uint32_t half[2][2][8][64];  // [half][colour][piece type][square]
 };
 
 constexpr BookKeyTables MakeBookKeys() {
@@ -27,4 +27,4 @@ constexpr BookKeyTables MakeBookKeys() {
 }
 inline constexpr BookKeyTables book_keys = MakeBookKeys();
 
-constexpr uint32_t BookBlackToMove = 0x07D3ADEB;   // into the first half when Black is to move
+constexpr uint32_t BookBlackToMove = 0x07D3ADEB;  // into the first half when Black is to move

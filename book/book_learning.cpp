@@ -21,9 +21,8 @@ void update_book_move(int result, Move move) {
     BookNode node;
     if (book_version_0 || !ReadBookNode(node)) return;
     int index = 0;
-    while (   index < node.count
-           && (   node.entries[index].from != MoveFrom(move)
-               || node.entries[index].to != MoveTo(move)
+    while (index < node.count
+           && (node.entries[index].from != MoveFrom(move) || node.entries[index].to != MoveTo(move)
                || IsExcluded(node.entries[index])))
         ++index;
     if (index == node.count) return;

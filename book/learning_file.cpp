@@ -33,7 +33,7 @@ constexpr uint32_t Buckets = 65536;
 constexpr long FirstRecord = MagicBytes + 4 * long(Buckets);
 constexpr int RecordWords = 6, RecordBytes = 4 * RecordWords;
 enum : int { DepthWord, EvaluationWord, PlyWord, KeyAWord, KeyBWord, NextWord };
-constexpr uint32_t BlackToMove = 0x07D3ADEB;   // into key A
+constexpr uint32_t BlackToMove = 0x07D3ADEB;  // into key A
 
 struct Learned {
     int depth, evaluation;
@@ -92,10 +92,12 @@ bool CreateEmpty(const char* name) {
 bool ReadAll() {
     char magic[MagicBytes];
     uint32_t words[RecordWords];
-    if (std::fread(magic, 1, MagicBytes, file) != MagicBytes || std::memcmp(magic, Magic, MagicBytes) != 0) return false;
+    if (std::fread(magic, 1, MagicBytes, file) != MagicBytes || std::memcmp(magic, Magic, MagicBytes) != 0)
+        return false;
     if (!ReadWords(FirstRecord - 4, words, 1)) return false;
     for (long offset = FirstRecord; ReadWords(offset, words, RecordWords); offset += RecordBytes)
-        (*learned)[MapKey(words[KeyAWord], words[KeyBWord])] = {int32_t(words[DepthWord]), int32_t(words[EvaluationWord])};
+        (*learned)[MapKey(words[KeyAWord], words[KeyBWord])] = {int32_t(words[DepthWord]),
+                                                                int32_t(words[EvaluationWord])};
     return true;
 }
 
@@ -116,7 +118,7 @@ void Write(const Queued& entry) {
     const long most_records = (append_at - FirstRecord) / RecordBytes;
 
     uint32_t record[RecordWords];
-    long link = MagicBytes + 4 * long(entry.a & (Buckets - 1));   // where the offset of the next record lies
+    long link = MagicBytes + 4 * long(entry.a & (Buckets - 1));  // where the offset of the next record lies
     uint32_t next;
     if (!ReadWords(link, &next, 1)) return;
     // No chain is longer than the file; one that seems to be runs in a circle.
@@ -133,7 +135,8 @@ void Write(const Queued& entry) {
         next = record[NextWord];
     }
     Log(entry, "Add:");
-    const uint32_t words[] = {uint32_t(entry.depth), uint32_t(entry.evaluation), uint32_t(entry.ply), entry.a, entry.b, 0};
+    const uint32_t words[] = {
+        uint32_t(entry.depth), uint32_t(entry.evaluation), uint32_t(entry.ply), entry.a, entry.b, 0};
     // The record first: a link must never lead to nothing.
     const uint32_t offset = uint32_t(append_at);
     if (WriteWords(append_at, words, RecordWords)) WriteWords(link, &offset, 1);

@@ -69,7 +69,7 @@ void Analyze() {
     AnalysisMode = 1;
     take_back_request = leave_analysis_request = false;
     bool again = false;
-    bool wait = false;   // nothing to do until the position changes
+    bool wait = false;  // nothing to do until the position changes
     for (;;) {
         if (NextLine() || (wait && WaitForLine())) {
             const uint64_t key = PositionKey();

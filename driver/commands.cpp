@@ -35,9 +35,7 @@
 #include "search/search_state.h"
 #include "search/time_control.h"
 
-std::string LineText() {
-    return std::string(command_line, std::strlen(command_line) - size_t(command_line_returns));
-}
+std::string LineText() { return std::string(command_line, std::strlen(command_line) - size_t(command_line_returns)); }
 
 std::string RestOfLine(int word) {
     const std::string line = LineText();
@@ -56,7 +54,8 @@ void OpponentMove() {
     if (prediction.move != 0 && !ForceMode) {
         std::string name(text, std::min<size_t>(std::strlen(text), 5));
         while (!name.empty() && name.back() == ' ') name.pop_back();
-        std::transform(name.begin(), name.end(), name.begin(), [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
+        std::transform(name.begin(), name.end(), name.begin(),
+                       [](char c) { return c >= 'A' && c <= 'Z' ? char(c + 32) : c; });
         const std::string expected = MoveText(prediction.move);
         const bool queen = MovePromotion(prediction.move) == QUEEN && name == expected.substr(0, 4);
         if ((name == expected || queen) && PlayPonderResult(prediction.move)) return;
@@ -91,6 +90,11 @@ void Go() {
 }
 
 void SetSideToMove(Colour side) {
+    if (side != SideToMove()) {
+        // Like a pass: no take-back and no repetition may reach across it.
+        history_base = history_count;
+        thread_board.fifty = 0;
+    }
     thread_board.SideToMove = side;
     EngineSide = ChangeSide(side);
     ForceMode = 0;
@@ -111,7 +115,7 @@ void LoadFen() {
     if (!HasArgument()) return;
     SetFen(RestOfLine(1).c_str());
     PositionReplaced();
-    move_phase = 0;
+    ResetGameMemory();
 }
 
 // ---- Clocks and limits ----
@@ -225,7 +229,7 @@ constexpr Command commands[] = {
     {"q", Terminate, Idle, false},
     {"clean", Clean, Board_, false},
     {"reload", Reload, Board_, false},
-    {nullptr, OpponentMove, Idle, false},   // a move; it takes a prediction back itself
+    {nullptr, OpponentMove, Idle, false},  // a move; it takes a prediction back itself
     {"help", PrintHelp, Idle, false},
     {"new", NewCommand, Board_, NewPosition},
     {"post", Post, Idle, false},
@@ -252,7 +256,7 @@ constexpr Command commands[] = {
     {"brd", Board, Board_, false},
     {"time", Time, Idle, false},
     {"otime", OppTimeCommand, Idle, false},
-    {"otim", OppTimeCommand, Idle, false},   // what front ends really send
+    {"otim", OppTimeCommand, Idle, false},  // what front ends really send
     {"easy", Easy, Idle, false},
     {"hard", Hard, Idle, false},
     {"evl", PrintEvaluation, Board_, false},

@@ -4,10 +4,10 @@
 #include <string>
 
 struct Command {
-    const char* keyword;   // nullptr: the row of moves
-    void (*run)();         // finds its words by words.h, the whole line in command_line
-    bool board;            // reads or changes the board, so predictions are taken back first
-    bool new_position;     // makes a running search worthless: it stops, the line comes next
+    const char* keyword;  // nullptr: the row of moves
+    void (*run)();        // finds its words by words.h, the whole line in command_line
+    bool board;           // reads or changes the board, so predictions are taken back first
+    bool new_position;    // makes a running search worthless: it stops, the line comes next
 };
 
 // The row that a line selects: the row whose keyword is the line's first word, else the first

@@ -39,7 +39,7 @@ int Number() { return int(ParseNumber(Word(1), INT32_MIN, INT32_MAX)); }
 // What the sizes of one table have in common.
 struct Table {
     uint32_t* size;
-    uint32_t unit_bytes;   // what the size counts
+    uint32_t unit_bytes;  // what the size counts
     uint32_t fallback;
     const char* warning;
 };
@@ -89,13 +89,15 @@ int Clamped(int high, const char* too_low, const char* too_high) {
 }
 
 void AggressivityKey() {
-    SetAggressivity(Clamped(300, "Incorrect AGGRESSIVITY setting; set to 0", "Incorrect AGGRESSIVITY setting; set to 300"));
+    SetAggressivity(
+        Clamped(300, "Incorrect AGGRESSIVITY setting; set to 0", "Incorrect AGGRESSIVITY setting; set to 300"));
 }
 void CowardiceKey() {
     SetCowardice(Clamped(300, "Incorrect COWARDICE setting; set to 0", "Incorrect COWARDICE setting; set to 300"));
 }
 void VarietyKey() {
-    VarietyOfPlay = Clamped(100, "Incorrect VarietyOfPlay setting; set to 0", "Incorrect VarietyOfPlay setting; set to 100");
+    VarietyOfPlay =
+        Clamped(100, "Incorrect VarietyOfPlay setting; set to 0", "Incorrect VarietyOfPlay setting; set to 100");
 }
 void ResignValueKey() { ResignValue = Number(); }
 void ResignTimesKey() { ResignTimes = Number(); }

@@ -62,7 +62,7 @@ bool Interrupted() {
     if (SignalWaits()) return TakeSignal() != Signal::None;
     while (RoomToHold() && input_available()) {
         if (!LineBuffered() && !read_input()) return false;
-        if (!CutLine()) return false;   // half a line
+        if (!CutLine()) return false;  // half a line
         const SearchInput meaning = ClassifySearchInput(command_line);
         if (meaning == SearchInput::Quit) HoldCommandLine();
         if (meaning == SearchInput::Quit || meaning == SearchInput::Stop || meaning == SearchInput::Exit) return true;

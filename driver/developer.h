@@ -1,11 +1,11 @@
 // developer.h - commands for the engine's authors.
 #pragma once
 
-void PerftCommand();     // "perft DEPTH"
-void EvaluateEpd();      // "epdevl FILE": static evaluations into "out.epd"
-void EvaluatePgn();      // "pgneval": how often the evaluation agrees with the moves of games
-void SelfTest();         // "selftest": the same with freshly built tables
-void TuneParameters();   // "tunenew"
+void PerftCommand();    // "perft DEPTH"
+void EvaluateEpd();     // "epdevl FILE": static evaluations into "out.epd"
+void EvaluatePgn();     // "pgneval": how often the evaluation agrees with the moves of games
+void SelfTest();        // "selftest": the same with freshly built tables
+void TuneParameters();  // "tunenew"
 
 // Holds back the lines that have arrived already: they belong to a script that wants this
 // command's answer, a "quit" at its end included.

@@ -36,33 +36,32 @@ namespace {
 
 struct {
     bool valid;
-    bool pondering;        // of "go ponder": its position has not been reached yet
+    bool pondering;  // of "go ponder": its position has not been reached yet
     SearchResult result;
 } waiting;
 
 struct ResignEntry {
-    uint64_t key;          // placement key of the position searched
-    int score;             // centipawns, our view
+    uint64_t key;  // placement key of the position searched
+    int score;     // centipawns, our view
 };
 constexpr int ResignEntries = 10;
 ResignEntry resign_history[ResignEntries];
-int resign_entries;        // how many have been recorded
+int resign_entries;  // how many have been recorded
 
 // What qualifies for the file of learned positions: a real search, early in the game, with
 // enough men left for the position to come again.
-constexpr int LearnMinDepth = 8;        // plies
-constexpr int LearnMaxHistory = 120;    // plies of the game
-constexpr int LearnMinUnits = 15;       // piece units a side
+constexpr int LearnMinDepth = 8;      // plies
+constexpr int LearnMaxHistory = 120;  // plies of the game
+constexpr int LearnMinUnits = 15;     // piece units a side
 
 bool Unlimited() {
     const SearchLimits& l = search_limits;
-    return l.OwnTime == NoClock && l.MoveTime == 0 && l.MaxDepth >= NoDepthLimit && l.MaxNodes == 0 && l.MateSearch == 0;
+    return l.OwnTime == NoClock && l.MoveTime == 0 && l.MaxDepth >= NoDepthLimit && l.MaxNodes == 0
+        && l.MateSearch == 0;
 }
 
 // Only "stop" or "ponderhit" may end such a search.
-bool OpenEnded() {
-    return search_limits.OwnTime == InfiniteTime || (UciMode && Unlimited());
-}
+bool OpenEnded() { return search_limits.OwnTime == InfiniteTime || (UciMode && Unlimited()); }
 
 SearchResult RunSearch(SearchPurpose purpose) {
     running_search = {};
@@ -85,12 +84,8 @@ void Learn(const SearchResult& result) {
     if (!result.searched) return;
     if (std::abs(result.score) > BookLearningBound && BookLearningPending())
         learn_game(result.score < 0 ? ResultLost : ResultWon);
-    if (   UseLearning
-        && !running_search.stopped
-        && result.depth >= LearnMinDepth
-        && std::abs(result.score) < MateBound
-        && history_count < LearnMaxHistory
-        && thread_board.NonPawnMaterial[WHITE] >= LearnMinUnits
+    if (UseLearning && !running_search.stopped && result.depth >= LearnMinDepth && std::abs(result.score) < MateBound
+        && history_count < LearnMaxHistory && thread_board.NonPawnMaterial[WHITE] >= LearnMinUnits
         && thread_board.NonPawnMaterial[BLACK] >= LearnMinUnits)
         QueueLearned(result.depth * ONE_PLY, result.score);
 }
@@ -158,14 +153,15 @@ bool Ponder(SearchResult* result) {
 
     prediction = {};
     const int legal = GenerateLegalMoves(ScratchMoves);
-    for (int i = 0; i < legal && i < 256; ++i) prediction.legal[prediction.legal_count++] = move_stack[ScratchMoves + i].move;
-    if (std::find(prediction.legal, prediction.legal + prediction.legal_count, expected) ==
-        prediction.legal + prediction.legal_count)
+    for (int i = 0; i < legal && i < 256; ++i)
+        prediction.legal[prediction.legal_count++] = move_stack[ScratchMoves + i].move;
+    if (std::find(prediction.legal, prediction.legal + prediction.legal_count, expected)
+        == prediction.legal + prediction.legal_count)
         return false;
     const bool mate_known = std::abs(result->score) > MateBound;
     if (!PlayGameMove(expected)) return false;
     const int replies = GenerateRootMoves();
-    if (replies == 0) {   // it would end the game: nothing to think about
+    if (replies == 0) {  // it would end the game: nothing to think about
         UnmakeMove();
         return false;
     }
@@ -174,7 +170,7 @@ bool Ponder(SearchResult* result) {
     PonderingNow = 1;
     *result = RunSearch(SearchPurpose::Ponder);
     one_shot_stop = false;
-    if (PonderingNow == 0) {   // the prediction came true
+    if (PonderingNow == 0) {  // the prediction came true
         prediction.move = 0;
         if (!running_search.abandoned) check_game_end();
         return true;
@@ -187,19 +183,12 @@ bool Ponder(SearchResult* result) {
 }
 
 void ContinueTurn(SearchResult result) {
-    while (   FinishSearch(result) == TurnEnd::Moved
-           && !UciMode
-           && PonderSwitch
-           && !LinesHeld()
-           && Ponder(&result)) {
-    }
+    while (FinishSearch(result) == TurnEnd::Moved && !UciMode && PonderSwitch && !LinesHeld() && Ponder(&result)) {}
 }
 
 }  // namespace
 
-bool EndsOnlyByInput() {
-    return PonderingNow || running_search.purpose == SearchPurpose::Analysis || OpenEnded();
-}
+bool EndsOnlyByInput() { return PonderingNow || running_search.purpose == SearchPurpose::Analysis || OpenEnded(); }
 
 void PonderHit() {
     if (!PonderingNow) return;
@@ -234,7 +223,7 @@ void Demo() {
         EngineSide = SideToMove();
         const int moves_before = history_count;
         if (FinishSearch(RunSearch(SearchPurpose::Demo)) != TurnEnd::Moved || draw_found) break;
-        if (history_count == moves_before) break;   // the history is full
+        if (history_count == moves_before) break;  // the history is full
     }
     PonderSwitch = saved_switch;
     search_limits = saved_limits;
@@ -256,7 +245,7 @@ bool PlayPonderResult(Move move) {
     if (prediction.move == 0 || move != prediction.move || !prediction.finished) return false;
     prediction.move = 0;
     running_search = {};
-    running_search.stopped = true;   // whatever ended it, it has ended
+    running_search.stopped = true;  // whatever ended it, it has ended
     check_game_end();
     ContinueTurn(prediction.result);
     return true;
@@ -283,7 +272,7 @@ void IdlePonderHit() {
         PlayGameMove(prediction.result.best);
     } else if (waiting.valid && waiting.pondering) {
         if (search_limits.OwnTime == InfiniteTime) {
-            waiting.pondering = false;   // still waits for "stop"
+            waiting.pondering = false;  // still waits for "stop"
             return;
         }
         waiting.valid = false;

@@ -10,18 +10,18 @@
 
 enum class SearchPurpose {
     None,
-    Game,       // ends in a move
-    GoPonder,   // "go ponder": the front end has put the predicted move on the board
-    Ponder,     // our own pondering after our move, on our own prediction
+    Game,      // ends in a move
+    GoPonder,  // "go ponder": the front end has put the predicted move on the board
+    Ponder,    // our own pondering after our move, on our own prediction
     Analysis,
-    Demo,       // the engine plays both sides
-    Hint,       // a short search for something to ponder on
+    Demo,  // the engine plays both sides
+    Hint,  // a short search for something to ponder on
 };
 
 struct RunningSearch {
     SearchPurpose purpose;
-    bool stopped;     // input ended it: nobody has to tell it to stop any more
-    bool abandoned;   // the position is given up: outside UCI the result is dropped
+    bool stopped;    // input ended it: nobody has to tell it to stop any more
+    bool abandoned;  // the position is given up: outside UCI the result is dropped
 };
 extern RunningSearch running_search;
 
@@ -30,11 +30,11 @@ bool EndsOnlyByInput();
 
 // The move we expect while we ponder by ourselves, and what was legal before it was made.
 struct Prediction {
-    Move move;               // 0: none is on the board
+    Move move;  // 0: none is on the board
     int legal_count;
     Move legal[256];
-    bool finished;           // the ponder search has ended by itself ...
-    SearchResult result;     // ... with this
+    bool finished;        // the ponder search has ended by itself ...
+    SearchResult result;  // ... with this
 };
 extern Prediction prediction;
 

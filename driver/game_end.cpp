@@ -32,8 +32,8 @@ void AnnounceDraw(const char* line) {
 
 // A bare king against at most one minor piece.
 bool CannotMate(Colour strong) {
-    return thread_board.Material[ChangeSide(strong)] == 0 && thread_board.Material[strong] <= PieceValue[BISHOP] &&
-           thread_board.pieces[PAWN][strong] == 0;
+    return thread_board.Material[ChangeSide(strong)] == 0 && thread_board.Material[strong] <= PieceValue[BISHOP]
+        && thread_board.pieces[PAWN][strong] == 0;
 }
 
 }  // namespace
@@ -72,7 +72,9 @@ int check_game_end() {
     if (GenerateRootMoves() > 0) return 0;
     const Colour loser = SideToMove();
     if (!InCheck(loser)) Announce("1/2-1/2 {Stalemate}", ResultDrawn);
-    else Announce(loser == BLACK ? "1-0 {White mates}" : "0-1 {Black mates}", loser == EngineSide ? ResultLost : ResultWon);
+    else
+        Announce(loser == BLACK ? "1-0 {White mates}" : "0-1 {Black mates}",
+                 loser == EngineSide ? ResultLost : ResultWon);
     game_over_flag = true;
     return 1;
 }

@@ -23,12 +23,10 @@ void ForgetLastGame() {
     ClearTable();
     AgeTable(3);
     ClearHistory();
-    ResetSearchMemory();
+    ResetGameMemory();
     ClearResignHistory();
     ResetBookLearning();
     FlushLearned();
-    move_phase = 0;
-    game_over_flag = false;
 }
 
 }  // namespace
@@ -43,7 +41,6 @@ void PositionReplaced() {
     AgeTable(3);
     ClearHistory();
     ResetSearchMemory();
-    game_over_flag = false;
 }
 
 void EndGameForLearning() {

@@ -3,9 +3,9 @@
 
 #include "board/types.h"
 
-extern int ForceMode;       // 1: moves are recorded, the engine does not reply
-extern Colour EngineSide;   // the colour the engine plays, or played last
-extern int FritzMode;       // set by "fritz", read by nothing
+extern int ForceMode;      // 1: moves are recorded, the engine does not reply
+extern Colour EngineSide;  // the colour the engine plays, or played last
+extern int FritzMode;      // set by "fritz", read by nothing
 
 // The initial position, and everything about the last game forgotten; what was learned from
 // it is written first.

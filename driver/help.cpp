@@ -38,12 +38,13 @@ static const char* const second_page[] = {
 };
 
 void PrintHelp() {
-    Print("Corvantis commands:\n"
-          "------------------------------------------------------------------------------\n");
+    Print(
+        "Corvantis commands:\n"
+        "------------------------------------------------------------------------------\n");
     for (const char* line : first_page) Print("%s\n", line);
     Print("\nPress <enter> to continue....");
     Flush();
-    WaitForLine();   // ends at the end of input too
+    WaitForLine();  // ends at the end of input too
     Print("\n");
     for (const char* line : second_page) Print("%s\n", line);
     Flush();

@@ -26,18 +26,16 @@ constexpr int HeldSize = 4 * CommandLineSize;
 char input_buffer[InputBufferSize];
 int input_length;
 
-char long_line[CommandLineSize];   // the beginning of a line that outgrew the input buffer
+char long_line[CommandLineSize];  // the beginning of a line that outgrew the input buffer
 int long_length;
 bool long_overflow;
 
-char held[HeldSize];               // lines, each ended by a newline
+char held[HeldSize];  // lines, each ended by a newline
 int held_length;
 
-int end_pause_ms;                  // length of the last rest at the end of input
+int end_pause_ms;  // length of the last rest at the end of input
 
-const char* FindNewline() {
-    return static_cast<const char*>(std::memchr(input_buffer, '\n', size_t(input_length)));
-}
+const char* FindNewline() { return static_cast<const char*>(std::memchr(input_buffer, '\n', size_t(input_length))); }
 
 void AppendToLongLine(const char* bytes, int count) {
     if (long_length + count >= CommandLineSize) {
@@ -110,6 +108,12 @@ bool read_input() {
 }
 
 bool LineBuffered() { return FindNewline() != nullptr; }
+
+bool FirstLineBegins(const char* text) {
+    if (!LineBuffered() && input_available()) read_input();
+    const size_t length = std::strlen(text);
+    return size_t(input_length) >= length && std::memcmp(input_buffer, text, length) == 0;
+}
 
 bool CutLine() {
     const char* end = FindNewline();

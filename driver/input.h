@@ -16,13 +16,15 @@ bool read_input();
 
 // Is a whole line in the input buffer?
 bool LineBuffered();
+// Has the first line arrived, and does it begin with this text? Never blocks, takes nothing.
+bool FirstLineBegins(const char* text);
 // Moves the first whole line of the input buffer into command_line. False when there is none.
 bool CutLine();
 
 // A line that arrives during a search and is to be executed after it is held back. Held lines
 // come before what the input buffer has.
-bool HoldCommandLine();   // false when there is no room for it
-bool RoomToHold();        // true when a line of any length can be held
+bool HoldCommandLine();  // false when there is no room for it
+bool RoomToHold();       // true when a line of any length can be held
 bool LinesHeld();
 
 // The next line to execute, held or buffered, into command_line. Never blocks.

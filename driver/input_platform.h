@@ -11,7 +11,7 @@ enum class Signal { None, Interrupt, Terminate };
 // standard input is no terminal, because front ends send one before each of their lines.
 void InitialisePlatform();
 Signal TakeSignal();
-bool SignalWaits();   // would TakeSignal() return one?
+bool SignalWaits();  // would TakeSignal() return one?
 
 // Non-zero when standard input can be read without blocking, at its end included: the number
 // of bytes, events, or just 1. Zero when nothing waits.

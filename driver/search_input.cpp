@@ -35,11 +35,20 @@ struct Keyword {
 };
 // In the order of checking; prefixes count, so the order matters.
 constexpr Keyword keywords[] = {
-    {"stop", SearchInput::Stop},           {"undo", SearchInput::Undo},       {"exit", SearchInput::Exit},
-    {"new", SearchInput::New},             {"post", SearchInput::Post},       {"nopost", SearchInput::NoPost},
-    {"q", SearchInput::Quit},              {"force", SearchInput::Force},     {"hard", SearchInput::Hard},
-    {"easy", SearchInput::Easy},           {"time", SearchInput::Time},       {"otim", SearchInput::OppTime},
-    {"ponderhit", SearchInput::PonderHit}, {"isready", SearchInput::IsReady},
+    {"stop", SearchInput::Stop},
+    {"undo", SearchInput::Undo},
+    {"exit", SearchInput::Exit},
+    {"new", SearchInput::New},
+    {"post", SearchInput::Post},
+    {"nopost", SearchInput::NoPost},
+    {"q", SearchInput::Quit},
+    {"force", SearchInput::Force},
+    {"hard", SearchInput::Hard},
+    {"easy", SearchInput::Easy},
+    {"time", SearchInput::Time},
+    {"otim", SearchInput::OppTime},
+    {"ponderhit", SearchInput::PonderHit},
+    {"isready", SearchInput::IsReady},
 };
 
 void StopSearch() {
@@ -90,11 +99,8 @@ void OpponentMove() {
             Hold();
             return;
         case SearchPurpose::Analysis:
-        case SearchPurpose::Demo:
-            StopAndHold();
-            return;
-        default:
-            Hold();
+        case SearchPurpose::Demo: StopAndHold(); return;
+        default: Hold();
     }
 }
 
@@ -117,24 +123,19 @@ void HandleLine() {
     const bool has_number = *SkipSpaces(argument) != '\0';
 
     switch (ClassifySearchInput(command_line)) {
-        case SearchInput::Stop:
-            StopSearch();
-            break;
-        case SearchInput::Status:
-            PrintSearchStatus();
-            break;
+        case SearchInput::Stop: StopSearch(); break;
+        case SearchInput::Status: PrintSearchStatus(); break;
         case SearchInput::Undo:
         case SearchInput::Exit:
             if (!analysis) {
                 OtherLine();
                 break;
             }
-            (ClassifySearchInput(command_line) == SearchInput::Undo ? take_back_request : leave_analysis_request) = true;
+            (ClassifySearchInput(command_line) == SearchInput::Undo ? take_back_request : leave_analysis_request) =
+                true;
             StopSearch();
             break;
-        case SearchInput::New:
-            Abandon();
-            break;
+        case SearchInput::New: Abandon(); break;
         case SearchInput::Post:
         case SearchInput::NoPost:
             PostMode = ClassifySearchInput(command_line) == SearchInput::Post;
@@ -142,7 +143,7 @@ void HandleLine() {
             break;
         case SearchInput::Quit:
             exit_hook(0);
-            StopSearch();   // only where the hook comes back, in tests
+            StopSearch();  // only where the hook comes back, in tests
             break;
         case SearchInput::Force:
             ForceMode = 1;
@@ -165,18 +166,10 @@ void HandleLine() {
         case SearchInput::OppTime:
             if (has_number) search_limits.OppTime = number;
             break;
-        case SearchInput::PonderHit:
-            PonderHit();
-            break;
-        case SearchInput::IsReady:
-            PrintLine("readyok");
-            break;
-        case SearchInput::Move:
-            OpponentMove();
-            break;
-        case SearchInput::Other:
-            OtherLine();
-            break;
+        case SearchInput::PonderHit: PonderHit(); break;
+        case SearchInput::IsReady: PrintLine("readyok"); break;
+        case SearchInput::Move: OpponentMove(); break;
+        case SearchInput::Other: OtherLine(); break;
     }
 }
 
@@ -201,7 +194,7 @@ void HandleInput() {
     if (NobodyLeft()) StopSearch();
     if (!LineBuffered()) return;
     if (running_search.purpose == SearchPurpose::Hint) {
-        StopSearch();   // nobody waits for a hint
+        StopSearch();  // nobody waits for a hint
         return;
     }
     if (CutLine()) HandleLine();

@@ -2,9 +2,23 @@
 #pragma once
 
 enum class SearchInput {
-    Stop, Status, Undo, Exit, New, Post, NoPost, Quit, Force, Hard, Easy, Time, OppTime, PonderHit, IsReady,
-    Move,    // looks like one
-    Other,   // anything else, an empty line too
+    Stop,
+    Status,
+    Undo,
+    Exit,
+    New,
+    Post,
+    NoPost,
+    Quit,
+    Force,
+    Hard,
+    Easy,
+    Time,
+    OppTime,
+    PonderHit,
+    IsReady,
+    Move,   // looks like one
+    Other,  // anything else, an empty line too
 };
 SearchInput ClassifySearchInput(const char* line);
 

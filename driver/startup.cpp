@@ -45,8 +45,8 @@ void PrintSwitch(const char* name, int on) { Print("%s = %s\n", name, on ? "on" 
 bool AllocateMainTables() {
     key_differences = std::calloc(1, KeyDifferenceBytes);
     AttachKeyDifferences(key_differences);
-    return key_differences != nullptr && AllocateTable(TranspositionSize) && AllocatePawnHash(PawnHashSize) &&
-           AllocateEvalCache(EvalCacheSize);
+    return key_differences != nullptr && AllocateTable(TranspositionSize) && AllocatePawnHash(PawnHashSize)
+        && AllocateEvalCache(EvalCacheSize);
 }
 
 void PrintTablebaseCount() {
@@ -106,7 +106,8 @@ void PrintSettings() {
     Print("Pawn hash size is %d entries (%lld bytes)\n", int(PawnHashSize),
           static_cast<long long>(PawnHashSize) * PawnHashEntryBytes);
     Print("EGTBHashSize = %d bytes\n", int(EGTBHashSize));
-    Print("Aggressivity = %d (%d)%%\nCowardice = %d (%d)%%\n", Aggressivity, AggressivityHalf, Cowardice, CowardiceHalf);
+    Print("Aggressivity = %d (%d)%%\nCowardice = %d (%d)%%\n", Aggressivity, AggressivityHalf, Cowardice,
+          CowardiceHalf);
     Print("ResignValue = %d\nResignTimes = %d\n", ResignValue, ResignTimes);
     PrintSwitch("UseEGTB", UseEGTB);
     Print("EGTB path = \"%s\"\n", EGTBPath);
@@ -155,7 +156,9 @@ void RunProgram() {
     search_limits.OwnTime = NoClock;
     if (UseEGTB) {
         RegisterTablebases(EGTBPath);
-        PrintTablebaseCount();
+        // XBoard takes any line with "not found" in it for a program that failed to start and
+        // gives up. It has sent its first word long before we get here.
+        if (tablebase_men != 0 || !FirstLineBegins("xboard")) PrintTablebaseCount();
         AllocateTablebases();
     }
     StartNewGame();

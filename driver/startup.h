@@ -20,7 +20,7 @@ void InitialiseTables();
 void AllocateTablebases();
 // Stores the path, cut to what fits.
 void SetTablebasePath(const std::string& path);
-void PrintTablebaseStatus();   // "egtbstat"
+void PrintTablebaseStatus();  // "egtbstat"
 
 // The settings as they are now, ended by an empty line.
 void PrintSettings();

@@ -44,7 +44,7 @@ void IdentifyUci() {
     Print("uciok\n");
     Flush();
     UciMode = 1;
-    PonderSwitch = 0;   // the front end decides about pondering
+    PonderSwitch = 0;  // the front end decides about pondering
 }
 
 // ---- setoption ----
@@ -70,7 +70,7 @@ int OptionNumber(int low, int high) { return int(ParseNumber(Word(4), low, high)
 
 void OptionAggressivity() {
     SetAggressivity(OptionNumber(INT32_MIN, INT32_MAX));
-    ClearEvaluationTables();   // cached scores contain the old style
+    ClearEvaluationTables();  // cached scores contain the old style
 }
 void OptionDefensivity() {
     SetCowardice(OptionNumber(INT32_MIN, INT32_MAX));
@@ -102,11 +102,16 @@ struct Option {
 };
 // In the order of matching; "Clear Hash" is no option with a value.
 constexpr Option options[] = {
-    {"Aggressivity", OptionAggressivity}, {"Defensivity", OptionDefensivity},
-    {"MultiPV", OptionMultiPV},           {"Hash", OptionHash},
-    {"PawnHash", OptionPawnHash},         {"NalimovCache", OptionNalimovCache},
-    {"Clear", nullptr},                   {"OwnBook", OptionOwnBook},
-    {"NalimovPath", OptionNalimovPath},   {"OpeningsBook", OptionOpeningsBook},
+    {"Aggressivity", OptionAggressivity},
+    {"Defensivity", OptionDefensivity},
+    {"MultiPV", OptionMultiPV},
+    {"Hash", OptionHash},
+    {"PawnHash", OptionPawnHash},
+    {"NalimovCache", OptionNalimovCache},
+    {"Clear", nullptr},
+    {"OwnBook", OptionOwnBook},
+    {"NalimovPath", OptionNalimovPath},
+    {"OpeningsBook", OptionOpeningsBook},
 };
 
 }  // namespace
@@ -136,9 +141,9 @@ const char* NextWord(const char* text) {
 // The text behind the first "fen" of the line and the character after it; null without one.
 const char* FindFen(const char* line) {
     for (; *line != '\0'; ++line)
-        if (std::tolower(static_cast<unsigned char>(line[0])) == 'f' &&
-            std::tolower(static_cast<unsigned char>(line[1])) == 'e' &&
-            std::tolower(static_cast<unsigned char>(line[2])) == 'n')
+        if (std::tolower(static_cast<unsigned char>(line[0])) == 'f'
+            && std::tolower(static_cast<unsigned char>(line[1])) == 'e'
+            && std::tolower(static_cast<unsigned char>(line[2])) == 'n')
             return line[3] == '\0' ? line + 3 : line + 4;
     return nullptr;
 }
@@ -172,9 +177,7 @@ void PositionCommand() {
 namespace {
 
 // Milliseconds to centiseconds, never the mark for "no clock" nor the one for "infinite".
-int ClockValue(const char* text) {
-    return int(ParseNumber(text, 0, int64_t(InfiniteTime - 1) * 10) / 10);
-}
+int ClockValue(const char* text) { return int(ParseNumber(text, 0, int64_t(InfiniteTime - 1) * 10) / 10); }
 
 void SetClock(Colour side, const char* text) {
     (side == SideToMove() ? search_limits.OwnTime : search_limits.OppTime) = ClockValue(text);
@@ -196,13 +199,13 @@ void GoMate(const char* text) { search_limits.MateSearch = int(ParseNumber(text,
 
 struct GoParameter {
     const char* keyword;
-    void (*set)(const char* value);   // null for those without a number
+    void (*set)(const char* value);  // null for those without a number
 };
 // In the order of matching.
 constexpr GoParameter go_parameters[] = {
-    {"btime", GoBlackTime},    {"wtime", GoWhiteTime}, {"binc", GoBlackIncrement}, {"winc", GoWhiteIncrement},
+    {"btime", GoBlackTime},     {"wtime", GoWhiteTime}, {"binc", GoBlackIncrement}, {"winc", GoWhiteIncrement},
     {"movestogo", GoMovesToGo}, {"depth", GoDepth},     {"nodes", GoNodes},         {"movetime", GoMoveTime},
-    {"mate", GoMate},          {"infinite", nullptr},  {"searchmoves", nullptr},   {"ponder", nullptr},
+    {"mate", GoMate},           {"infinite", nullptr},  {"searchmoves", nullptr},   {"ponder", nullptr},
 };
 
 // Takes the moves that follow word i; returns the last word taken.
@@ -221,9 +224,7 @@ bool IsNumber(const char* text) {
 
 }  // namespace
 
-void SetMovesPerControl(int moves) {
-    (UciMode ? search_limits.MovesToGo : search_limits.MovesPerPeriod) = moves;
-}
+void SetMovesPerControl(int moves) { (UciMode ? search_limits.MovesToGo : search_limits.MovesPerPeriod) = moves; }
 
 void ReadGoParameters() {
     const int base_time = search_limits.BaseTime;

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-void IdentifyUci();        // "uci"
-void SetOption();          // "setoption", from the words of the line
-void PositionCommand();    // "position", from the line itself: it may have more moves than words fit
+void IdentifyUci();      // "uci"
+void SetOption();        // "setoption", from the words of the line
+void PositionCommand();  // "position", from the line itself: it may have more moves than words fit
 // The parameters of "go", words 1 onwards, into search_limits and PonderingNow. All limits of
 // an earlier search are forgotten.
 void ReadGoParameters();

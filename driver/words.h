@@ -7,11 +7,11 @@
 // longer words are cut there, so a value that may be long is taken from the line by its start.
 constexpr int WordSlots = 2048;
 extern int word_count;
-const char* Word(int i);        // "" beyond the last word
+const char* Word(int i);  // "" beyond the last word
 // Offset in the line where the word begins; of its length when there is no such word.
 int WordStart(int i);
 
-bool AllocateWords();           // once at program start; false when memory is short
+bool AllocateWords();  // once at program start; false when memory is short
 void FreeWords();
 
 // Fills the words from `line`, separated by any of `delimiters`; runs of them make no empty

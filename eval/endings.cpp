@@ -16,10 +16,10 @@
 namespace {
 
 constexpr int Unchanged = 256;
-constexpr int HardToWin = Unchanged / 4;      // a minor piece up without pawns and the like
+constexpr int HardToWin = Unchanged / 4;  // a minor piece up without pawns and the like
 constexpr int BishopsAgainstKnight = Unchanged / 2;
-constexpr int FortressFactor = Unchanged / 8; // queen against a protected pawn on the seventh
-constexpr int LoneKingWin = 400;              // on top of material: this is won
+constexpr int FortressFactor = Unchanged / 8;  // queen against a protected pawn on the seventh
+constexpr int LoneKingWin = 400;               // on top of material: this is won
 constexpr int EdgePush = 10, KingsTogether = 8, CornerPush = 12;
 
 constexpr int SignFor(Colour c) { return c == BLACK ? 1 : -1; }
@@ -38,8 +38,8 @@ template <Colour Us> int LoneKingScore() {
     const Position& p = thread_board;
     const Square own = p.king_square[Us], enemy = p.king_square[Them];
     const Bitboard bishops = p.pieces[BISHOP][Us];
-    if (p.NonPawnMaterial[Us] == 3 * p.PieceCount[BISHOP][Us] &&
-        (!(bishops & LightSquares) || !(bishops & DarkSquares)))
+    if (p.NonPawnMaterial[Us] == 3 * p.PieceCount[BISHOP][Us]
+        && (!(bishops & LightSquares) || !(bishops & DarkSquares)))
         return 0;  // bishops of one colour never mate
     int score = p.Material[Us] + LoneKingWin + KingsTogether * (7 - Distance(own, enemy));
     const bool bishop_and_knight = p.NonPawnMaterial[Us] == 6 && p.PieceCount[BISHOP][Us] == 1;
@@ -103,16 +103,15 @@ template <Colour Us> int LeadScale() {
 
     if (n[PAWN][Us] == 0) {
         const int lead = p.NonPawnMaterial[Us] - p.NonPawnMaterial[Them];
-        if (p.NonPawnMaterial[Them] == 0 && n[PAWN][Them] == 1 && p.piece_total == 4 &&
-            (n[ROOK][Us] || n[QUEEN][Us])) {
+        if (p.NonPawnMaterial[Them] == 0 && n[PAWN][Them] == 1 && p.piece_total == 4 && (n[ROOK][Us] || n[QUEEN][Us])) {
             thread_eval_info.SymmetryValid = 0;  // a matter of who is to move
             return scale * HeavyAgainstPawn<Us>() / Unchanged;
         }
         // At most a minor piece more does not win without pawns. Two bishops against a
         // knight do, with trouble.
         if (lead <= 3 && p.NonPawnMaterial[Them] > 0) {
-            const bool bishops_against_knight = n[BISHOP][Us] == 2 && p.NonPawnMaterial[Us] == 6 &&
-                                                n[KNIGHT][Them] == 1 && p.NonPawnMaterial[Them] == 3;
+            const bool bishops_against_knight = n[BISHOP][Us] == 2 && p.NonPawnMaterial[Us] == 6 && n[KNIGHT][Them] == 1
+                && p.NonPawnMaterial[Them] == 3;
             scale = scale * (bishops_against_knight ? BishopsAgainstKnight : HardToWin) / Unchanged;
         }
     }
@@ -132,8 +131,8 @@ bool KingPawnKing() {
     const Square pawn = LowestSquare(p.pieces[PAWN][owner]);
     info.SymmetryValid = 0;
     info.accumulator = 0;
-    if (RelativeRank(owner, pawn) >= 1 && RelativeRank(owner, pawn) <= 6 &&
-        KpkWon(owner, p.king_square[owner], p.king_square[ChangeSide(owner)], pawn, Colour(p.SideToMove))) {
+    if (RelativeRank(owner, pawn) >= 1 && RelativeRank(owner, pawn) <= 6
+        && KpkWon(owner, p.king_square[owner], p.king_square[ChangeSide(owner)], pawn, Colour(p.SideToMove))) {
         // Counted from the enemy's first rank, so that it grows towards promotion.
         const int rank = 7 - RelativeRank(owner, pawn);
         info.accumulator = SignFor(owner) * ((600 - 100 * rank) / 2 + weights.kpk_bonus);
@@ -219,8 +218,8 @@ template <Colour Owner> int OnePawnScaled(int score) {
     const Position& p = thread_board;
     const int lead = p.NonPawnMaterial[Owner] - p.NonPawnMaterial[Defender];
     if (lead <= 3 && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
-    if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1 &&
-        p.PieceCount[ROOK][BLACK] == 1) {
+    if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1
+        && p.PieceCount[ROOK][BLACK] == 1) {
         const Square pawn = LowestSquare(p.pieces[PAWN][Owner]), king = p.king_square[Defender];
         const int files = FileOf(king) - FileOf(pawn);
         const bool in_front = files >= -1 && files <= 1 && RelativeRank(Owner, king) > RelativeRank(Owner, pawn);
@@ -281,14 +280,13 @@ template <Colour Leader> int LeaderScaled(int score, int& spread) {
     const bool bishops_only = own_units == 3 && p.PieceCount[BISHOP][Leader] == 1 && p.PieceCount[BISHOP][Other] == 1;
     const bool no_knights = !p.pieces[KNIGHT][WHITE] && !p.pieces[KNIGHT][BLACK];
     const int own_passed = info.pawn.Passed(Leader);
-    if (pawns == 3 && no_knights && p.PieceCount[PAWN][Leader] == 2 && !(own_passed & (own_passed - 1)) &&
-        !(info.pawn.Passed(Other) & (info.pawn.Passed(Other) - 1)) && AllPawnsStopped<Leader>())
+    if (pawns == 3 && no_knights && p.PieceCount[PAWN][Leader] == 2 && !(own_passed & (own_passed - 1))
+        && !(info.pawn.Passed(Other) & (info.pawn.Passed(Other) - 1)) && AllPawnsStopped<Leader>())
         score = Scaled(score, weights.pawn_stop_factor[own_units == 0 ? 0 : own_passed ? 2 : 1]);
     if (bishops_only) {
         const Bitboard both = p.pieces[BISHOP][WHITE] | p.pieces[BISHOP][BLACK];
         if ((both & LightSquares) && (both & DarkSquares)) score = Scaled(score, weights.opposite_bishop_factor);
-    } else if (own_units == 3 && p.PieceCount[BISHOP][Leader] == 1 && own_passed &&
-               !(own_passed & (own_passed - 1))) {
+    } else if (own_units == 3 && p.PieceCount[BISHOP][Leader] == 1 && own_passed && !(own_passed & (own_passed - 1))) {
         // A bishop against a knight and one passed pawn: the enemy king in its way, on a
         // square that the bishop never attacks, does not give way.
         const Bitboard king = Bit(p.king_square[Other]);

@@ -16,13 +16,13 @@
 // A pawn hash entry. Bit f of a file mask is file f.
 struct PawnRecord {
     uint32_t key_low, key_high;
-    int16_t opening, endgame;          // Black's view
-    uint8_t defects[2][2];             // [colour][king side, queen side] shelter defects
+    int16_t opening, endgame;            // Black's view
+    uint8_t defects[2][2];               // [colour][king side, queen side] shelter defects
     uint8_t passed_black, passed_white;  // file masks of passed pawns
-    uint8_t files[2];                  // [colour] file masks of all pawns
-    uint8_t islands[2];                // [colour] groups of adjacent files with pawns
-    uint8_t light_pawns;               // pawns on light squares, White's | Black's << 4
-    uint8_t centre_closed;             // rammed pawns on two or more of the files c to f
+    uint8_t files[2];                    // [colour] file masks of all pawns
+    uint8_t islands[2];                  // [colour] groups of adjacent files with pawns
+    uint8_t light_pawns;                 // pawns on light squares, White's | Black's << 4
+    uint8_t centre_closed;               // rammed pawns on two or more of the files c to f
 
     int Passed(Colour c) const { return c == WHITE ? passed_white : passed_black; }
 };
@@ -30,26 +30,26 @@ static_assert(sizeof(PawnRecord) == 24);
 
 struct EvalInfo {
     int accumulator;
-    int OpeningScore, EndgameScore;        // blended by current_phase
-    int SideOpening[2], SideEndgame[2];    // blended by phase[colour]
-    int current_phase, phase[2];           // 0 all pieces .. 256 none
-    int ending[2];                         // 1: this king need not hide any more
+    int OpeningScore, EndgameScore;      // blended by current_phase
+    int SideOpening[2], SideEndgame[2];  // blended by phase[colour]
+    int current_phase, phase[2];         // 0 all pieces .. 256 none
+    int ending[2];                       // 1: this king need not hide any more
     int cannot_win[2];
-    int lead_scale[2];                     // [leading colour], 256 = unchanged
-    int danger[2];                         // [attacking colour] 0..127
-    int attackers[2];                      // [attacking colour] men that hit the king zone
-    int shelter_penalty[2];                // [colour of the king] 0..63
-    int king_attack[2];                    // [attacking colour] product, see king.cpp
-    int SymmetryDelta, SymmetryValid;      // what the other side's score follows from
+    int lead_scale[2];                 // [leading colour], 256 = unchanged
+    int danger[2];                     // [attacking colour] 0..127
+    int attackers[2];                  // [attacking colour] men that hit the king zone
+    int shelter_penalty[2];            // [colour of the king] 0..63
+    int king_attack[2];                // [attacking colour] product, see king.cpp
+    int SymmetryDelta, SymmetryValid;  // what the other side's score follows from
     int Cacheable;
-    int material;                          // EvaluateMaterial(), Black's view
-    Bitboard passed[2];                    // [colour] pawns on files with a passed pawn
+    int material;        // EvaluateMaterial(), Black's view
+    Bitboard passed[2];  // [colour] pawns on files with a passed pawn
     Bitboard pawn_attacks[2];
-    Bitboard attacks[2];                   // [colour] by men and pawns, king excluded
-    Bitboard minor_attacks[2];             // [colour] by knights and bishops
+    Bitboard attacks[2];        // [colour] by men and pawns, king excluded
+    Bitboard minor_attacks[2];  // [colour] by knights and bishops
     Bitboard rook_attacks[2], queen_attacks[2];
     PawnRecord pawn;
-    bool pawn_valid;                       // false until `pawn` has been filled
+    bool pawn_valid;  // false until `pawn` has been filled
 };
 extern EvalInfo thread_eval_info;
 
@@ -57,14 +57,12 @@ extern EvalInfo thread_eval_info;
 inline bool Ending(Colour c) {
     const Colour o = ChangeSide(c);
     const int units = thread_board.NonPawnMaterial[o];
-    return units <= tuned.EndingThreshold ||
-           (thread_board.PieceCount[QUEEN][o] == 0 && units <= tuned.QueenlessEndingThreshold);
+    return units <= tuned.EndingThreshold
+        || (thread_board.PieceCount[QUEEN][o] == 0 && units <= tuned.QueenlessEndingThreshold);
 }
 
 // Blends by a phase of 0..256; halves toward zero, so that mirrored positions agree.
-constexpr int Blend(int opening, int endgame, int phase) {
-    return (opening * (256 - phase) + endgame * phase) / 256;
-}
+constexpr int Blend(int opening, int endgame, int phase) { return (opening * (256 - phase) + endgame * phase) / 256; }
 
 // passed.cpp. The accumulator with all terms of passed pawns added; with a promotion race
 // it clears SymmetryValid.
@@ -83,4 +81,4 @@ void BuildPieceWeights();  // packed copies of the piece weights
 void EvaluatePieces();
 
 // pawns.cpp
-void ProbePawns();         // makes thread_eval_info.pawn the record of the current position
+void ProbePawns();  // makes thread_eval_info.pawn the record of the current position

@@ -54,10 +54,10 @@ constexpr uint32_t MaskedEntries = 524288;  // the size whose slots are the low 
 // The style factors under which the cached scores were made; the program starts with these.
 int cached_aggressivity = 50, cached_cowardice = 50;
 
-constexpr int ScoreLimit = 30000;           // scores are kept in 16 bits
+constexpr int ScoreLimit = 30000;  // scores are kept in 16 bits
 constexpr int InitialSpread = 6300;
 constexpr int TempoBonus = 8;
-constexpr int EarlyDrawMargin = 100;        // king and pawn each: nearer to zero is a draw
+constexpr int EarlyDrawMargin = 100;  // king and pawn each: nearer to zero is a draw
 // Material alone tells nothing when the side ahead has so little left (piece units).
 constexpr int LazyUnitsFewPawns = 9, LazyUnitsWithPawns = 6;
 constexpr int SeventhRankAllowance = 100, SixthRankAllowance = 50;
@@ -93,14 +93,6 @@ bool EnoughToBeLazy(Colour ahead) {
     const Position& p = thread_board;
     return p.PieceCount[PAWN][ahead] < 2 ? p.NonPawnMaterial[ahead] > LazyUnitsFewPawns
                                          : p.NonPawnMaterial[ahead] >= LazyUnitsWithPawns;
-}
-
-// What pawns about to promote may be worth to the side behind.
-int AdvancedPawnAllowance(Colour c) {
-    const Bitboard pawns = thread_board.pieces[PAWN][c];
-    if (pawns & RelativeRankMask(c, 6)) return SeventhRankAllowance;
-    if (pawns & RelativeRankMask(c, 5)) return SixthRankAllowance;
-    return 0;
 }
 
 int LazyResult(int material) {
@@ -159,9 +151,9 @@ void RookAgainstMinors() {
 
 int BlendAll() {
     const EvalInfo& info = thread_eval_info;
-    return Blend(info.accumulator + info.OpeningScore, info.accumulator + info.EndgameScore, info.current_phase) +
-           Blend(info.SideOpening[BLACK], info.SideEndgame[BLACK], info.phase[BLACK]) -
-           Blend(info.SideOpening[WHITE], info.SideEndgame[WHITE], info.phase[WHITE]);
+    return Blend(info.accumulator + info.OpeningScore, info.accumulator + info.EndgameScore, info.current_phase)
+        + Blend(info.SideOpening[BLACK], info.SideEndgame[BLACK], info.phase[BLACK])
+        - Blend(info.SideOpening[WHITE], info.SideEndgame[WHITE], info.phase[WHITE]);
 }
 
 // Turns a Black-view score to the side to move and leaves everything for the search.
@@ -182,6 +174,13 @@ void Finish(int& result) {
 }
 
 }  // namespace
+
+int AdvancedPawnAllowance(Colour c) {
+    const Bitboard pawns = thread_board.pieces[PAWN][c];
+    if (pawns & RelativeRankMask(c, 6)) return SeventhRankAllowance;
+    if (pawns & RelativeRankMask(c, 5)) return SixthRankAllowance;
+    return 0;
+}
 
 void EvaluatePosition(int& result) {
     const Position& p = thread_board;
@@ -232,9 +231,9 @@ void EvaluatePosition(int& result) {
 
     // Step 6. Passed pawns, weighed against material.
     if (info.pawn.passed_white | info.pawn.passed_black) info.accumulator = EvaluatePassedPawns(info.accumulator);
-    if (p.Material[WHITE] == 100 && p.Material[BLACK] == 100 &&
-        std::abs(info.accumulator + info.EndgameScore + info.SideEndgame[BLACK] - info.SideEndgame[WHITE]) <
-            EarlyDrawMargin) {
+    if (p.Material[WHITE] == 100 && p.Material[BLACK] == 100
+        && std::abs(info.accumulator + info.EndgameScore + info.SideEndgame[BLACK] - info.SideEndgame[WHITE])
+            < EarlyDrawMargin) {
         info.accumulator = 0;
         info.attacks[WHITE] = info.pawn_attacks[WHITE];  // the same as with the other side to move
         info.attacks[BLACK] = info.pawn_attacks[BLACK];
@@ -263,8 +262,7 @@ void EvaluatePosition(int& result) {
 
         // Step 13. Queens near the king, worth more to the side that moves.
         other_accumulator = info.accumulator;
-        if (p.PieceCount[QUEEN][WHITE] | p.PieceCount[QUEEN][BLACK])
-            other_accumulator = EvaluateQueenApproaches();
+        if (p.PieceCount[QUEEN][WHITE] | p.PieceCount[QUEEN][BLACK]) other_accumulator = EvaluateQueenApproaches();
 
         // Step 15. Endings that promise more than they keep. Both movers' scores go through
         // it, so that the derived one is exact; with different leaders it is not derived.

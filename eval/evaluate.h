@@ -14,6 +14,10 @@ void EvaluatePosition(int& result);
 // The console's breakdown of one EvaluatePosition() call.
 void PrintEvaluation();
 
+// How far pawns of `c` about to promote make the material balance unreliable: 100 centipawns
+// with one on its seventh rank, 50 with one on its sixth, else 0.
+int AdvancedPawnAllowance(Colour c);
+
 // Set by the search: bounds on material alone outside of which Evaluate() is lazy, and the
 // side whose view they are. +-32767 outside a search. The root side also decides which king
 // the style settings take for the engine's own.
@@ -23,10 +27,10 @@ extern Colour evaluation_root_side;
 void SetEvaluationRoot(Colour side);
 
 // Left by Evaluate() for the search. After a lazy exit the square sets are empty.
-extern int evaluation_material;          // EvaluateMaterial(), Black's view
+extern int evaluation_material;  // EvaluateMaterial(), Black's view
 extern int EvalSpread;
-extern Bitboard evaluation_passed[2];    // passed pawns by colour
-extern Bitboard evaluation_attacks[2];   // squares attacked by that colour's men, king excluded
+extern Bitboard evaluation_passed[2];   // passed pawns by colour
+extern Bitboard evaluation_attacks[2];  // squares attacked by that colour's men, king excluded
 
 // Tables of the evaluation, in their order: parameters with "values.txt" from the current
 // directory, piece-square table, material table, endgame bitbase. Installs

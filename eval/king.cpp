@@ -13,7 +13,7 @@ namespace {
 
 // Shelter penalty of a king on the files d and e, and of a king that left its first rank,
 // by rank; and the allowance for a king that may still castle.
-constexpr int CentrePenalty = 6, RankPenalty = 4, CastlingAllowance = 2;
+constexpr int CentrePenalty = 20, RankPenalty = 1, CastlingAllowance = 5;
 constexpr int MaxShelterPenalty = 63;
 
 // The king attack counts more without a queen: the tables were tuned with it.
@@ -51,8 +51,9 @@ template <Colour Us> void KingAttack() {
     constexpr Colour Them = ChangeSide(Us);
     EvalInfo& info = thread_eval_info;
     if (info.ending[Them] || !info.danger[Us]) return;
-    const int attack = (DangerCurve[info.danger[Us]] * AttackerScale[std::min(info.attackers[Us], 16)] *
-                        ShelterScale[info.shelter_penalty[Them]]) >> 15;
+    const int attack = (DangerCurve[info.danger[Us]] * AttackerScale[std::min(info.attackers[Us], 16)]
+                        * ShelterScale[info.shelter_penalty[Them]])
+        >> 15;
     const int product = attack * (thread_board.PieceCount[QUEEN][Us] ? FactorWithQueen : FactorWithoutQueen);
     info.SideOpening[Us] += product >> 13;
     info.king_attack[Us] = product;
@@ -63,8 +64,8 @@ template <Colour Us> int QueenApproaches() {
     constexpr Colour Them = ChangeSide(Us);
     const EvalInfo& info = thread_eval_info;
     const Square king = thread_board.king_square[Them];
-    const Bitboard candidates = info.queen_attacks[Us] & ~thread_board.colour[Us] & ~info.attacks[Them] &
-                                queen_rays[king];
+    const Bitboard candidates =
+        info.queen_attacks[Us] & ~thread_board.colour[Us] & ~info.attacks[Them] & queen_rays[king];
     if (!candidates) return QueenApproach[0];
     const Bitboard squares = candidates & QueenAttacks(king);
     const Bitboard distant = squares & ~king_attacks[king];

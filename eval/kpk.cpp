@@ -71,8 +71,7 @@ void SolvePawn(Square pawn, const WinSets* pushed, const WinSets* pushed_twice, 
             by_pawn[k] = LostToPromoted(next, k, true) | LostToPromoted(next, k, false);
         } else {
             by_pawn[k] = pushed->black_to_move[k];
-            if (pushed_twice && k != next + 8)
-                by_pawn[k] |= pushed_twice->black_to_move[k] & ~Bit(next);
+            if (pushed_twice && k != next + 8) by_pawn[k] |= pushed_twice->black_to_move[k] & ~Bit(next);
         }
         by_pawn[k] &= legal & ~Bit(next);
     }

@@ -5,19 +5,18 @@
 #include "board/types.h"
 
 struct EvaluationMasks {
-    Bitboard front_span[2][64];    // [colour] squares ahead on the same file
-    Bitboard attack_span[2][64];   // [colour] squares ahead on the adjacent files
-    Bitboard passed_span[2][64];   // both
-    Bitboard king_zone[2][64];     // [colour] king, neighbours, three squares two ranks ahead
-    Bitboard king_area[64];        // squares at most two king moves away
+    Bitboard front_span[2][64];   // [colour] squares ahead on the same file
+    Bitboard attack_span[2][64];  // [colour] squares ahead on the adjacent files
+    Bitboard passed_span[2][64];  // both
+    Bitboard king_zone[2][64];    // [colour] king, neighbours, three squares two ranks ahead
+    Bitboard king_area[64];       // squares at most two king moves away
     Bitboard adjacent_files[8];
-    uint8_t distance[64][64];      // king moves
+    uint8_t distance[64][64];  // king moves
 };
 
 consteval EvaluationMasks MakeEvaluationMasks() {
     EvaluationMasks m{};
-    for (int f = 0; f < 8; ++f)
-        m.adjacent_files[f] = (f > 0 ? FileMask(f - 1) : 0) | (f < 7 ? FileMask(f + 1) : 0);
+    for (int f = 0; f < 8; ++f) m.adjacent_files[f] = (f > 0 ? FileMask(f - 1) : 0) | (f < 7 ? FileMask(f + 1) : 0);
     for (Square s = 0; s < 64; ++s) {
         const int f = s & 7, r = s >> 3;
         const Bitboard above = r < 7 ? ~Bitboard(0) << (8 * (r + 1)) : 0;

@@ -19,10 +19,10 @@ namespace {
 MaterialRecord MaterialTable[MaterialSignatures];  // [signature]
 
 // Corrections in centipawns. The first four stand beside the settable bases.
-constexpr int MorePieces = 120;      // a whole piece or major piece more
-constexpr int QueenBalance = 60;     // a queen against equal counts
+constexpr int MorePieces = 120;   // a whole piece or major piece more
+constexpr int QueenBalance = 60;  // a queen against equal counts
 constexpr int TwoMinorsForRook = 90;
-constexpr int ExchangeDown = 30;     // a minor more against part of a major
+constexpr int ExchangeDown = 30;  // a minor more against part of a major
 constexpr int KnightWithQueen = 15, BishopWithRook = 15;
 
 // Bonus a rook by the number of pawns left: rooks gain from open lines. [all pawns, 0..16]
@@ -60,8 +60,7 @@ inline int MinorsAgainstMajor(const SideCounts& a, const SideCounts& b) {
     const int* v = weights.imbalance;
     const bool queen_against_none = b.queens > 0 && a.queens == 0;
     if (a.minors <= b.minors) return 0;
-    if (a.minors == b.minors + 1)
-        return -(v[1] + ExchangeDown) - (queen_against_none ? v[5] + ExchangeDown : 0);
+    if (a.minors == b.minors + 1) return -(v[1] + ExchangeDown) - (queen_against_none ? v[5] + ExchangeDown : 0);
     if (a.units == 6) return v[2] + TwoMinorsForRook;
     if (queen_against_none) return v[3] + QueenBalance;
     return v[0] + MorePieces;
@@ -138,8 +137,7 @@ inline bool CannotWinAlone(const SideCounts& s) {
 }
 // May the king facing these men walk about as in an ending?
 inline bool IsEndingAgainst(const SideCounts& enemy) {
-    return enemy.units <= tuned.EndingThreshold ||
-           (enemy.queens == 0 && enemy.units <= tuned.QueenlessEndingThreshold);
+    return enemy.units <= tuned.EndingThreshold || (enemy.queens == 0 && enemy.units <= tuned.QueenlessEndingThreshold);
 }
 
 inline MaterialRecord ComputeRecord(const SideCounts& w, const SideCounts& b) {
@@ -178,8 +176,8 @@ void BuildMaterialTable() {
                                 for (int wr = 0; wr < 3; ++wr)
                                     for (int bq = 0; bq < 3; ++bq)
                                         for (int wq = 0; wq < 3; ++wq)
-                                            *record++ = ComputeRecord(sides[wp][wn][wb][wr][wq],
-                                                                      sides[bp][bn][bb][br][bq]);
+                                            *record++ =
+                                                ComputeRecord(sides[wp][wn][wb][wr][wq], sides[bp][bn][bb][br][bq]);
 }
 
 const MaterialRecord& MaterialRecordOf(int signature) { return MaterialTable[signature]; }

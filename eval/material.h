@@ -6,11 +6,11 @@
 
 // One record a material signature (board/material_index.h).
 struct MaterialRecord {
-    uint8_t flags[2];        // [colour] bit 0 CannotWin, bit 1 ENDING
-    int16_t current_phase;   // 0 all pieces .. 256 none
+    uint8_t flags[2];       // [colour] bit 0 CannotWin, bit 1 ENDING
+    int16_t current_phase;  // 0 all pieces .. 256 none
     int16_t black_phase, white_phase;
-    int16_t correction;      // EvaluateMaterial() less (Material[BLACK] - Material[WHITE])
-    int16_t time_factor;     // 256 = neutral; the clock spends more while there is much to do
+    int16_t correction;   // EvaluateMaterial() less (Material[BLACK] - Material[WHITE])
+    int16_t time_factor;  // 256 = neutral; the clock spends more while there is much to do
 };
 static_assert(sizeof(MaterialRecord) == 12);
 

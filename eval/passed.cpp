@@ -49,8 +49,8 @@ template <Colour Us> int RunnerMoves() {
         const bool outrun = Distance(enemy_king, goal) - enemy_first > steps;
         // Own king beside the path, on the seventh: it guards the last three squares.
         const int files = FileOf(own_king) - FileOf(s);
-        const bool escorted = (files == 1 || files == -1) && RelativeRank(Us, own_king) == 6 && rank >= 4 &&
-                              !(king_attacks[enemy_king] & Bit(s));
+        const bool escorted = (files == 1 || files == -1) && RelativeRank(Us, own_king) == 6 && rank >= 4
+            && !(king_attacks[enemy_king] & Bit(s));
         if (outrun || escorted) best = std::min(best, steps);
     }
     return best;
@@ -88,8 +88,8 @@ template <Colour Us> int PassedPawnScore() {
         int endgame = weights.passed[1][rank - 1];
 
         const int own_distance = Distance(own_king, stop), enemy_distance = Distance(enemy_king, stop);
-        endgame += (weights.passed_enemy_king * enemy_distance - weights.passed_own_king * own_distance) *
-                   (rank * rank / 8);
+        endgame +=
+            (weights.passed_enemy_king * enemy_distance - weights.passed_own_king * own_distance) * (rank * rank / 8);
 
         if (p.occupied & Bit(stop)) {
             opening -= opening * weights.passed_blockade_percent / 100;
@@ -104,8 +104,7 @@ template <Colour Us> int PassedPawnScore() {
             // The rook next to the pawn is the one that counts.
             const Square rook = Us == WHITE ? HighestSquare(rooks_behind) : LowestSquare(rooks_behind);
             if (!(between[rook][s] & p.occupied)) {
-                const int value = (p.colour[Us] & Bit(rook)) ? weights.passed_rook_behind
-                                                             : -weights.passed_rook_behind;
+                const int value = (p.colour[Us] & Bit(rook)) ? weights.passed_rook_behind : -weights.passed_rook_behind;
                 opening += value;
                 endgame += value;
             }
@@ -116,8 +115,8 @@ template <Colour Us> int PassedPawnScore() {
             const int files = FileOf(enemy_king) - FileOf(s);
             const int horizontal = tuned.supported_king_hor_coeff[std::min(8, files < 0 ? -files : files)];
             const int difference = std::clamp(7 + Distance(enemy_king, s) - Distance(own_king, s), 0, 14);
-            const int64_t product = int64_t(tuned.supported_passed[rank]) * enemy_pieces_coeff * horizontal *
-                                    tuned.supported_king_dist_diff_coeff[difference];
+            const int64_t product = int64_t(tuned.supported_passed[rank]) * enemy_pieces_coeff * horizontal
+                * tuned.supported_king_dist_diff_coeff[difference];
             value += int(std::clamp<int64_t>(product / 4096, -PassedLimit, PassedLimit));
         }
         score += value;

@@ -24,7 +24,7 @@ SlotDivisor pawn_slots;
 constexpr uint32_t MaskedEntries = 262144;
 
 // Shelter defects of an enemy pawn on our third or fourth rank.
-constexpr int StormOnThird = 3, StormOnFourth = 2;
+constexpr int StormOnThird = 10, StormOnFourth = 3;
 
 // Weight of a chained pawn in the endgame half, in quarters.
 constexpr int ChainedEndgameQuarters = 3;
@@ -44,17 +44,12 @@ template <Colour C> int ShelterDefects(int first_file, Bitboard own, Bitboard en
         const Bitboard own_here = own & file, enemy_here = enemy & file;
         if (own_here & RelativeRankMask(C, 1))
             ;  // at home: no defect
-        else if (own_here & RelativeRankMask(C, 2))
-            defects += weights.shelter_third;
-        else if (own_here & RelativeRankMask(C, 3))
-            defects += weights.shelter_fourth;
-        else
-            defects += weights.shelter_missing;
+        else if (own_here & RelativeRankMask(C, 2)) defects += weights.shelter_third;
+        else if (own_here & RelativeRankMask(C, 3)) defects += weights.shelter_fourth;
+        else defects += weights.shelter_missing;
         if (!own_here && !enemy_here) defects += weights.shelter_open;
-        if (enemy_here & RelativeRankMask(C, 2))
-            defects += StormOnThird;
-        else if (enemy_here & RelativeRankMask(C, 3))
-            defects += StormOnFourth;
+        if (enemy_here & RelativeRankMask(C, 2)) defects += StormOnThird;
+        else if (enemy_here & RelativeRankMask(C, 3)) defects += StormOnFourth;
     }
     return std::clamp(defects, 0, 255);
 }
@@ -89,8 +84,8 @@ template <Colour Us> SideResult EvaluateSide() {
             const int value = tuned.chained_pawn[FilePair(s)][rank];
             r.opening += value;
             r.endgame += value * ChainedEndgameQuarters / 4;
-        } else if (!(neighbours & ~masks.attack_span[Us][s]) && rank < 6 && rank > 0 &&
-                   ((enemy_attacks | enemy) & Bit(s + Up))) {
+        } else if (!(neighbours & ~masks.attack_span[Us][s]) && rank < 6 && rank > 0
+                   && ((enemy_attacks | enemy) & Bit(s + Up))) {
             // Every neighbour has gone ahead, and the next square is barred.
             const int* w = half_open ? weights.backward_half_open : weights.backward;
             r.opening += w[0];
@@ -149,8 +144,8 @@ void EvaluatePawnStructure(PawnRecord& record) {
         record.files[c] = uint8_t(files);
         record.islands[c] = uint8_t(PopCount(Bitboard(files & ~(files << 1))));
     }
-    record.light_pawns = uint8_t(std::min(15, PopCount(white & LightSquares)) |
-                                 std::min(15, PopCount(black & LightSquares)) << 4);
+    record.light_pawns =
+        uint8_t(std::min(15, PopCount(white & LightSquares)) | std::min(15, PopCount(black & LightSquares)) << 4);
     record.centre_closed = CentreClosed();
 }
 

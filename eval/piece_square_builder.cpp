@@ -15,9 +15,7 @@ namespace {
 // Sixteen men a side at this value still fit the 16-bit sums.
 constexpr int PieceSquareLimit = 1000;
 
-int RankFileValue(const RankFileParts& parts, int rank, int pair) {
-    return parts.rank[rank] + parts.file_pair[pair];
-}
+int RankFileValue(const RankFileParts& parts, int rank, int pair) { return parts.rank[rank] + parts.file_pair[pair]; }
 
 // The owner's own value, rank counted from his side.
 int OwnValue(int type, int phase, int rank, int pair) {
@@ -68,20 +66,15 @@ void RebuildEvaluation() {
     const int end = history_count;
     for (int i = end; i > history_base; --i) {
         moves[i - 1] = game_history[i - 1].move;
-        if (moves[i - 1])
-            UnmakeMove();
-        else
-            UnmakeNullMove();
+        if (moves[i - 1]) UnmakeMove();
+        else UnmakeNullMove();
     }
     StoreSums(thread_board.piece_square);
     for (int i = 0; i < history_base; ++i)
-        for (int phase = 0; phase < 2; ++phase)
-            game_history[i].piece_square[phase] = thread_board.piece_square[phase];
+        for (int phase = 0; phase < 2; ++phase) game_history[i].piece_square[phase] = thread_board.piece_square[phase];
     for (int i = history_base; i < end; ++i) {
-        if (moves[i])
-            MakeMove(moves[i]);
-        else
-            MakeNullMove();
+        if (moves[i]) MakeMove(moves[i]);
+        else MakeNullMove();
     }
     ClearEvaluationTables();
 }

@@ -14,32 +14,33 @@ namespace {
 PackedScore knight_mobility[9], bishop_mobility[14], rook_mobility[15], queen_mobility[28];  // [squares]
 PackedScore bishop_pair, knight_outpost, bishop_outpost, rook_open, rook_half_open, rook_seventh, trapped_rook;
 
-// Built-in halves of terms that "values.txt" scales or adds to.
-constexpr int KnightOutpost[2] = {18, 8};
-constexpr int RookOpen[2] = {18, 8}, RookHalfOpen[2] = {9, 5}, RookSeventh[2] = {8, 20};
+// Fitted together with the weights in parameters.cpp. First the built-in halves of terms that
+// "values.txt" scales or adds to.
+constexpr int KnightOutpost[2] = {27, 21};
+constexpr int RookOpen[2] = {40, 5}, RookHalfOpen[2] = {21, 12}, RookSeventh[2] = {0, 23};
 constexpr int TrappedRook = -40;
-constexpr PackedScore TrappedBishop = Pack(-80, -80);
-constexpr PackedScore LoosePawn = Pack(-10, -10);   // attacked and not defended
-constexpr PackedScore LoosePiece = Pack(-10, -10);
-constexpr PackedScore AttackedByPawn = Pack(-30, -30);
-constexpr PackedScore MinorHitsMajor = Pack(12, 12);
-constexpr PackedScore RookHitsQueen = Pack(12, 12);
-constexpr PackedScore KingHitsMan = Pack(0, 10);    // undefended
-constexpr PackedScore BadBishopPawn = Pack(-1, -2);         // a pawn more on its colour than off
-constexpr PackedScore ClosedKnight = Pack(4, 3), ClosedBishop = Pack(-4, -3);
+constexpr PackedScore TrappedBishop = Pack(-47, -45);
+constexpr PackedScore LoosePawn = Pack(-14, -34);  // attacked and not defended
+constexpr PackedScore LoosePiece = Pack(-14, -19);
+constexpr PackedScore AttackedByPawn = Pack(-64, -33);
+constexpr PackedScore MinorHitsMajor = Pack(46, 38);
+constexpr PackedScore RookHitsQueen = Pack(52, 34);
+constexpr PackedScore KingHitsMan = Pack(58, 45);    // undefended
+constexpr PackedScore BadBishopPawn = Pack(-2, -3);  // a pawn more on its colour than off
+constexpr PackedScore ClosedKnight = Pack(0, 39), ClosedBishop = Pack(-10, -25);
 
 // Danger to the enemy king: for each zone square hit, by piece; for each neighbour square
 // that only the king defends; for each neighbour reached by long-range men.
-constexpr int KnightDanger = 2, BishopDanger = 2, RookDanger = 3, QueenDanger = 4;
-constexpr int WeakSquareDanger = 3, LongRangeDanger = 2;
+constexpr int KnightDanger = 5, BishopDanger = 6, RookDanger = 4, QueenDanger = 8;
+constexpr int WeakSquareDanger = 3, LongRangeDanger = 1;
 constexpr int LongRangeUnits = 12;  // fewer piece units and long-range men alone do not count
 
 // What one side's pieces add up to.
 struct SideState {
     PackedScore score = 0;
     int danger = 0, attackers = 0;
-    Bitboard zone;           // of the enemy king, empty when he need not hide
-    Bitboard long_range = 0; // attacks of bishops, rooks, queens
+    Bitboard zone;            // of the enemy king, empty when he need not hide
+    Bitboard long_range = 0;  // attacks of bishops, rooks, queens
 
     void HitZone(Bitboard attacked, int weight) {
         const Bitboard hit = attacked & zone;
@@ -52,9 +53,8 @@ struct SideState {
 // Can no enemy pawn ever drive a man away from s?
 template <Colour Us> bool IsOutpost(Square s) {
     constexpr Colour Them = ChangeSide(Us);
-    return (thread_eval_info.pawn_attacks[Us] & Bit(s)) && RelativeRank(Us, s) >= 3 &&
-           RelativeRank(Us, s) <= 5 &&
-           !(thread_board.pieces[PAWN][Them] & evaluation_masks.attack_span[Us][s]);
+    return (thread_eval_info.pawn_attacks[Us] & Bit(s)) && RelativeRank(Us, s) >= 3 && RelativeRank(Us, s) <= 5
+        && !(thread_board.pieces[PAWN][Them] & evaluation_masks.attack_span[Us][s]);
 }
 
 // A bishop that took on a7 or h7 and got shut in by the pawn on b6 or g6.
@@ -125,14 +125,12 @@ template <Colour Us> void EvaluateSidePieces(SideState& side) {
         score += rook_mobility[squares];
         side.HitZone(attacks, RookDanger);
         const int file = 1 << FileOf(s);
-        if (!(info.pawn.files[Us] & file))
-            score += info.pawn.files[Them] & file ? rook_half_open : rook_open;
+        if (!(info.pawn.files[Us] & file)) score += info.pawn.files[Them] & file ? rook_half_open : rook_open;
         else if (info.passed[Us] & evaluation_masks.front_span[Us][s])
             score += rook_half_open;  // behind its passed pawn the file opens by itself
-        else if (squares <= 3 && !(p.castling & AnyCastling) && IsBoxed<Us>(s))
-            score += trapped_rook;
-        if (RelativeRank(Us, s) == 6 && (RelativeRank(Us, p.king_square[Them]) == 7 ||
-                                         (p.pieces[PAWN][Them] & RelativeRankMask(Us, 6))))
+        else if (squares <= 3 && !(p.castling & AnyCastling) && IsBoxed<Us>(s)) score += trapped_rook;
+        if (RelativeRank(Us, s) == 6
+            && (RelativeRank(Us, p.king_square[Them]) == 7 || (p.pieces[PAWN][Them] & RelativeRankMask(Us, 6))))
             score += rook_seventh;
     }
 
@@ -171,15 +169,15 @@ template <Colour Us> void EvaluateThreats(SideState& side) {
     if (hit) side.score += MinorHitsMajor * PopCount(hit);
     const Bitboard queens_hit = info.rook_attacks[Us] & p.pieces[QUEEN][Them];
     if (queens_hit) side.score += RookHitsQueen;
-    const Bitboard king_hits = king_attacks[own_king] & p.colour[Them] & ~info.attacks[Them] & ~king_attacks[enemy_king];
+    const Bitboard king_hits =
+        king_attacks[own_king] & p.colour[Them] & ~info.attacks[Them] & ~king_attacks[enemy_king];
     if (king_hits) side.score += KingHitsMan;
 
     if (!side.attackers) return;
     const Bitboard neighbours = king_attacks[enemy_king];
     const Bitboard weak = neighbours & info.attacks[Us] & ~info.attacks[Them];
     if (weak) side.danger += WeakSquareDanger * PopCount(weak);
-    if (p.NonPawnMaterial[Us] > LongRangeUnits)
-        side.danger += LongRangeDanger * PopCount(neighbours & side.long_range);
+    if (p.NonPawnMaterial[Us] > LongRangeUnits) side.danger += LongRangeDanger * PopCount(neighbours & side.long_range);
     info.danger[Us] = std::min(side.danger, 127);
     info.attackers[Us] = side.attackers;
 }

@@ -10,10 +10,10 @@
 
 // What the extension step needs to know of the node.
 struct ExtensionContext {
-    bool pv;             // node type is PvNode
+    bool pv;  // node type is PvNode
     int alpha, eval;
     bool single_reply;
-    Move previous;       // the move that led here; 0 for none or a null move
+    Move previous;  // the move that led here; 0 for none or a null move
 };
 
 constexpr int RecaptureMargin = 120;  // centipawns
@@ -43,14 +43,14 @@ inline int Extension(Move m, bool gives_check, const ExtensionContext& node, int
         change += node.pv ? 3 : 1;
         *flags |= NodeSingleReply;
     }
-    if (PieceValue[captured] > 100 && MovePromotion(m) == EMPTY && p.NonPawnMaterial[us] == 0 &&
-        p.NonPawnMaterial[them] == PieceUnits[captured]) {
+    if (PieceValue[captured] > 100 && MovePromotion(m) == EMPTY && p.NonPawnMaterial[us] == 0
+        && p.NonPawnMaterial[them] == PieceUnits[captured]) {
         change += node.pv ? 4 : 2;
         *flags |= NodePawnEnding;
     }
-    if (captured != EMPTY && MoveCaptured(node.previous) != EMPTY && MoveTo(m) == MoveTo(node.previous) &&
-        ExchangeClass(captured) == ExchangeClass(MoveCaptured(node.previous)) &&
-        !(current_ply > 0 && (ply_records[current_ply - 1].flags & NodeRecapture))) {
+    if (captured != EMPTY && MoveCaptured(node.previous) != EMPTY && MoveTo(m) == MoveTo(node.previous)
+        && ExchangeClass(captured) == ExchangeClass(MoveCaptured(node.previous))
+        && !(current_ply > 0 && (ply_records[current_ply - 1].flags & NodeRecapture))) {
         const int difference = node.alpha - node.eval;
         if (difference > -RecaptureMargin && difference < PieceValue[captured] + RecaptureMargin) {
             change += node.pv ? 3 : 1;
@@ -64,8 +64,8 @@ inline int Extension(Move m, bool gives_check, const ExtensionContext& node, int
     if (MovePiece(m) == PAWN) {
         const int rank = RelativeRank(us, MoveTo(m));
         const bool late = p.NonPawnMaterial[us] < LateEndingUnits && p.NonPawnMaterial[them] < LateEndingUnits;
-        if ((rank == 6 || (rank == 5 && late)) && IsQuiet(m) &&
-            (us == WHITE ? IsPassedPush<WHITE>(m) : IsPassedPush<BLACK>(m))) {
+        if ((rank == 6 || (rank == 5 && late)) && IsQuiet(m)
+            && (us == WHITE ? IsPassedPush<WHITE>(m) : IsPassedPush<BLACK>(m))) {
             change += rank == 6 ? (node.pv ? 4 : 2) : (node.pv ? 2 : 1);
             *flags |= NodePassedPush;
         }

@@ -12,7 +12,7 @@ constexpr int NoDepthLimit = 998;
 constexpr int MaxSearchMoves = 256;
 
 struct SearchLimits {
-    int OwnTime;            // remaining time; NoClock = none, InfiniteTime = "go infinite"
+    int OwnTime;  // remaining time; NoClock = none, InfiniteTime = "go infinite"
     int OppTime;
     int OwnIncrement, OppIncrement;
     int MovesPerPeriod;     // xboard: moves per time control, 0 = all of them

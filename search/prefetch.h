@@ -11,8 +11,8 @@ inline void PrefetchChild(Move m) {
     const Position& p = thread_board;
     const Colour us = SideToMove(), them = ChangeSide(us);
     const Square from = MoveFrom(m), to = MoveTo(m);
-    const uint64_t key = p.hash_key ^ ZobristCastling[p.castling] ^ ZobristKeys[us][MovePiece(m)][from] ^
-                         ZobristKeys[us][MovePiece(m)][to] ^ ZobristKeys[them][MoveCaptured(m)][to];
+    const uint64_t key = p.hash_key ^ ZobristCastling[p.castling] ^ ZobristKeys[us][MovePiece(m)][from]
+        ^ ZobristKeys[us][MovePiece(m)][to] ^ ZobristKeys[them][MoveCaptured(m)][to];
     PrefetchTable(key, them);
     PrefetchEvaluation(key);
 }

@@ -21,9 +21,14 @@
 #include "search/search_state.h"
 #include "search/staging.h"
 #include "search/statistics.h"
+#include "search/time_control.h"
 #include "search/transposition.h"
 
 namespace {
+
+// The periodic check belongs to the main nodes. Only where captures breed captures without
+// end, on boards full of queens, does it come due this many nodes ago.
+constexpr int OverdueCheck = -200000;
 
 constexpr int NoChecksDepth = -16;  // at or below: no checks at all
 constexpr int LastCheckDepth = -8;  // below: only the once-per-line rule
@@ -34,15 +39,6 @@ constexpr int HashMoveDepth = 2;
 constexpr int CheckByUnits[5] = {-10, -10, 10, 50, 250};  // own piece units, 4 = more
 constexpr int CheckByType[3] = {0, 50, 0};                // node type + 1
 constexpr int CheckByDepth[4] = {50, 150, 250, 700};      // depth / 4 + 2
-
-// A pawn about to promote makes the material balance unreliable by this much.
-constexpr int SeventhRankAllowance = 100, SixthRankAllowance = 50;
-
-int AdvancedPawnAllowance(Colour c) {
-    const Bitboard pawns = thread_board.pieces[PAWN][c];
-    if (pawns & RelativeRankMask(c, 6)) return SeventhRankAllowance;
-    return (pawns & RelativeRankMask(c, 5)) ? SixthRankAllowance : 0;
-}
 
 bool HasMatingMaterial(Colour c) {
     const int units = thread_board.NonPawnMaterial[c];
@@ -116,7 +112,10 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
     // Step 1. A clean record.
     ++nodes_searched;
     selective_depth = std::max(selective_depth, ply);
-    --poll_countdown;
+    if (--poll_countdown < OverdueCheck) {
+        PeriodicCheck();
+        if (stop_flag) return 0;
+    }
     record.best_move = 0;
     record.flags = 0;
     ClearLine(ply);
@@ -177,8 +176,9 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
     bool try_checks = false;
     if (!in_check && depth > NoChecksDepth) {
         if (iteration_depth >= 1 && depth >= LastCheckDepth)
-            try_checks = eval + CheckByUnits[std::min(p.NonPawnMaterial[us], 4)] + CheckByType[node_type + 1] +
-                             CheckByDepth[std::clamp(depth / ONE_PLY + 2, 0, 3)] > alpha;
+            try_checks = eval + CheckByUnits[std::min(p.NonPawnMaterial[us], 4)] + CheckByType[node_type + 1]
+                    + CheckByDepth[std::clamp(depth / ONE_PLY + 2, 0, 3)]
+                > alpha;
         if (!try_checks && ply > 1 && !parent_tried) {
             record.flags |= NodeChecksTried;
             try_checks = true;
@@ -232,13 +232,14 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         GenerateEvasions();
         const int evasions = move_count - stack_start;
         if (evasions == 0) return ply - MATE;
+        const int hash_depth = depth - HashMoveDepth;  // without the bonus of a single reply
         if (evasions == 1) depth += EvasionDepth;
         if (parent_tried && IsQuiet(previous) && previous != 0 && IsHarmlessCheck(stack_start, move_count))
             return leave(beta);
         MovePicker picker;
         picker.StartInCheck(hash_move, stack_start);
         while (const Move m = picker.Next()) {
-            const int child_depth = m == hash_move ? depth - HashMoveDepth : depth - ONE_PLY;
+            const int child_depth = m == hash_move ? hash_depth : depth - ONE_PLY;
             if (try_move(m, GivesCheck(m, checks), child_depth)) return leave(cut_value);
         }
     } else {
@@ -251,7 +252,13 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         if (hash_move != 0) {
             const bool gives_check = GivesCheck(hash_move, checks);
             if (IsQuiet(hash_move) && !(try_checks && gives_check)) hash_move = 0;
-            else if (try_move(hash_move, gives_check, depth - HashMoveDepth)) return leave(cut_value);
+            else {
+                const int alpha_before = alpha;
+                const bool cut = try_move(hash_move, gives_check, depth - HashMoveDepth);
+                if (after_capture && !gives_check && !stop_flag && MoveCaptured(hash_move) != EMPTY)
+                    RecordCapture(hash_move, us, CaptureScore(hash_move), cut || alpha > alpha_before);
+                if (cut) return leave(cut_value);
+            }
         }
 
         // Step 11. Captures that can gain, and promotions.
@@ -298,7 +305,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         }
     }
 
-    // Step 14. The end; a node that failed low stores nothing.
+    // Step 14. The end; a node that failed low, or that only stood pat, stores nothing.
     if (best_move != 0 && alpha > old_alpha) StoreTable(0, best_move, best, BoundExact, 0, flags, ply);
     return leave(best);
 }

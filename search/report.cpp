@@ -19,10 +19,10 @@
 
 namespace {
 
-constexpr int64_t ProgressInterval = 30000;     // more nodes than this between two UCI lines
-constexpr int64_t ThinkingLineNodes = 100000;   // more than this before an xboard line
-constexpr int64_t MultiPVQuietNodes = 50000;    // 1 to this many: the lines are not printed
-constexpr int XboardMateShift = 67;             // MATE + 67 = 32767 there
+constexpr int64_t ProgressInterval = 30000;    // more nodes than this between two UCI lines
+constexpr int64_t ThinkingLineNodes = 100000;  // more than this before an xboard line
+constexpr int64_t MultiPVQuietNodes = 50000;   // 1 to this many: the lines are not printed
+constexpr int XboardMateShift = 67;            // MATE + 67 = 32767 there
 
 int64_t last_report_nodes;
 
@@ -52,8 +52,7 @@ void PrintMoves(const Move* line, int length) {
 
 void PrintCurrentMove() {
     char text[8];
-    const int index = std::min(root_move_index, root_move_count - 1);
-    Print(" currmove %s currmovenumber %d", MoveToText(text, root_moves[index].move), index + 1);
+    Print(" currmove %s currmovenumber %d", MoveToText(text, current_root_move), root_move_index + 1);
 }
 
 // What the user is shown of a score while a mate in MateSearch moves is looked for.
@@ -118,7 +117,7 @@ void ReportCurrentMove(int k, int score) {
 void ReportMultiPV(int k, int line, Bound bound) {
     if (output_suppressed) return;
     if (!UciMode) {
-        PrintThinkingLine(k, root_moves[0].score);
+        if (line == 0) PrintThinkingLine(k, root_moves[0].score);
         return;
     }
     if (nodes_searched >= 1 && nodes_searched <= MultiPVQuietNodes) return;
@@ -126,7 +125,7 @@ void ReportMultiPV(int k, int line, Bound bound) {
     const int lines = std::min(MultiPV, root_move_count);
     for (int i = 0; i < lines; ++i) {
         Print("info multipv %d depth %d seldepth %d score ", i + 1, k + 1, selective_depth);
-        PrintScore(root_moves[i].score, root_moves[0].score);
+        PrintScore(ShownScore(root_moves[i].score), ShownScore(root_moves[0].score));
         if (i == line) PrintBound(bound);
         PrintCounters();
         PrintCurrentMove();

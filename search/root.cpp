@@ -30,16 +30,17 @@
 namespace {
 
 constexpr int LastIteration = 99;
-constexpr int FullWindowIterations = 3;     // the single-line loop aspires after these
+constexpr int FullWindowIterations = 3;  // the single-line loop aspires after these
 constexpr int AspirationWindow = 25;
 constexpr int MultiPVWindow = 40;
 constexpr int WindowGrowth = 3;
 constexpr int OpenWindow = 32701;
 constexpr int EasyMoveIteration = 7;
 constexpr int EasyMoveMargin = 200;
-constexpr int HistoryResetTarget = 71;      // centiseconds: faster searches forget the history
+constexpr int HistoryResetTarget = 71;  // centiseconds: faster searches forget the history
 constexpr int KillerShiftPlies = 192;
-constexpr int64_t CurrentMoveDelay = 100;   // centiseconds before "currmove" lines begin
+constexpr int64_t QuietNodes = 30000;      // no forced fail-high or fail-low lines before
+constexpr int64_t CurrentMoveDelay = 100;  // centiseconds before "currmove" lines begin
 
 struct Line {
     int length;
@@ -106,9 +107,13 @@ void OrderRootMoves() {
     iteration_depth = 0;
     for (int i = 0; i < root_move_count; ++i) {
         RootMove& root = root_moves[i];
-        root.score = SearchRootMove(root, -OpenWindow, OpenWindow, 0, PvNode);
+        root.score = -OpenWindow;
+        if (stop_flag) continue;
+        if (poll_countdown < 0) PeriodicCheck();
+        const int score = stop_flag ? 0 : SearchRootMove(root, -OpenWindow, OpenWindow, 0, PvNode);
+        if (stop_flag) continue;
+        root.score = score;
         KeepLine(root);
-        if (stop_flag) break;
     }
     std::stable_sort(root_moves, root_moves + root_move_count, [&](const RootMove& a, const RootMove& b) {
         if ((a.move == table_move) != (b.move == table_move)) return a.move == table_move;
@@ -117,13 +122,11 @@ void OrderRootMoves() {
 }
 
 // Moves the root move at `index` to `place`, the ones between one down.
-void MoveUp(int index, int place) {
-    std::rotate(root_moves + place, root_moves + index, root_moves + index + 1);
-}
+void MoveUp(int index, int place) { std::rotate(root_moves + place, root_moves + index, root_moves + index + 1); }
 
 bool TimeForAnotherIteration() {
-    if (!time_budget.timed || PonderingNow || AnalysisMode || search_limits.MoveTime > 0 ||
-        search_limits.MaxDepth < NoDepthLimit || root_in_trouble)
+    if (!time_budget.timed || PonderingNow || AnalysisMode || search_limits.MoveTime > 0
+        || search_limits.MaxDepth < NoDepthLimit || root_in_trouble)
         return true;
     const int64_t elapsed = NowCentiseconds() - search_start;
     return elapsed * 100 <= int64_t(std::min(time_budget.target, time_budget.hard)) * 60;
@@ -141,7 +144,8 @@ bool IsEasyMove(int k) {
         return false;
     const Move previous = history_count > 0 ? game_history[history_count - 1].move : 0;
     const Move best = root_moves[0].move;
-    if (MoveCaptured(best) == EMPTY || MoveCaptured(previous) == EMPTY || MoveTo(best) != MoveTo(previous)) return false;
+    if (MoveCaptured(best) == EMPTY || MoveCaptured(previous) == EMPTY || MoveTo(best) != MoveTo(previous))
+        return false;
     const int bound = root_moves[0].score - EasyMoveMargin;
     if (bound < -MateBound) return false;
     for (int i = 1; i < root_move_count; ++i) {
@@ -167,13 +171,14 @@ int AspireFirstMove(RootMove& root, int k, int previous) {
         if (score <= low && low > -OpenWindow) {
             root_in_trouble = true;
             root.score = score;
-            ReportProgress(k, score, Bound::Upper, nodes_searched > 30000);
+            ReportProgress(k, score, Bound::Upper, nodes_searched > QuietNodes);
             width_low *= WindowGrowth;
             low = ++failures_low >= 3 ? -OpenWindow : previous - width_low;
         } else if (score >= high && high < OpenWindow) {
+            root_in_trouble = true;
             root.score = score;
             KeepLine(root);
-            ReportProgress(k, score, Bound::Lower, nodes_searched > 30000);
+            ReportProgress(k, score, Bound::Lower, nodes_searched > QuietNodes);
             width_high *= WindowGrowth;
             high = ++failures_high >= 3 ? OpenWindow : previous + width_high;
         } else {
@@ -187,7 +192,7 @@ int IterateSingleLine(int max_depth) {
     int finished = 0;
     for (int k = 1; k < LastIteration; ++k) {
         iteration_depth = k;
-        selective_depth = k;
+        selective_depth = k + 1;
         const int previous = root_moves[0].score;
         SetMaterialBand(k, previous);
         for (int i = 0; i < root_move_count; ++i) root_moves[i].nodes = 0;
@@ -197,6 +202,7 @@ int IterateSingleLine(int max_depth) {
         for (int i = 0; i < root_move_count; ++i) {
             RootMove& root = root_moves[i];
             root_move_index = i;
+            current_root_move = root.move;
             if (NowCentiseconds() - search_start >= CurrentMoveDelay) ReportCurrentMove(k, root_moves[0].score);
             int score;
             if (i == 0) {
@@ -204,33 +210,38 @@ int IterateSingleLine(int max_depth) {
             } else {
                 score = SearchRootMove(root, alpha, alpha + 1, DepthOfIteration(k), LaterNodeType(i));
                 if (!stop_flag && score > alpha) {
-                    // Better than all before: it is the best move from now on, whatever its
-                    // exact score turns out to be.
+                    // Better than all before as far as this window tells. Should the search be
+                    // stopped before the open one is done, it is the move to play.
+                    const RootMove before = root;
                     root.score = score;
                     KeepLine(root);
                     MoveUp(i, 0);
                     RootMove& leader = root_moves[0];
-                    root_move_index = 0;
-                    ReportProgress(k, score, Bound::Lower, nodes_searched > 30000);
+                    ReportProgress(k, score, Bound::Lower, nodes_searched > QuietNodes);
                     root_in_trouble = true;
-                    score = SearchRootMove(leader, score - 1, OpenWindow, DepthOfIteration(k), PvNode);
+                    score = SearchRootMove(leader, alpha, OpenWindow, DepthOfIteration(k), PvNode);
                     if (stop_flag) return finished;
-                    leader.score = score;
-                    KeepLine(leader);
                     root_in_trouble = false;
-                    alpha = std::max(alpha, score);
-                    ReportProgress(k, score, Bound::None, true);
+                    if (score <= alpha) {
+                        // Not so after all: back to its place.
+                        leader.score = before.score;
+                        std::rotate(root_moves, root_moves + 1, root_moves + i + 1);
+                    } else {
+                        leader.score = score;
+                        KeepLine(leader);
+                        alpha = score;
+                        ReportProgress(k, score, Bound::None, true);
+                    }
                     continue;
                 }
             }
             if (stop_flag) return finished;
+            root.score = score;
             if (i == 0) {
-                root.score = score;
+                root_in_trouble = false;
                 KeepLine(root);
                 alpha = score;
                 ReportProgress(k, score, Bound::None, true);
-            } else {
-                root.score = score;
             }
         }
         finished = k;
@@ -269,7 +280,7 @@ int IterateMultiPV(int max_depth) {
     RootMove snapshot[MaxRootMoves];
     for (int k = 1; k < LastIteration; ++k) {
         iteration_depth = k;
-        selective_depth = k;
+        selective_depth = k + 1;
         SetMaterialBand(k, root_moves[0].score);
         for (int i = 0; i < root_move_count; ++i) root_moves[i].nodes = 0;
         if (k >= 4) poll_countdown = -1;
@@ -279,6 +290,7 @@ int IterateMultiPV(int max_depth) {
         for (int i = 0; i < root_move_count; ++i) {
             RootMove& root = root_moves[i];
             root_move_index = i;
+            current_root_move = root.move;
             int score;
             if (i < MultiPV) {
                 score = AspireLine(i, k);
@@ -303,7 +315,7 @@ int IterateMultiPV(int max_depth) {
             ReportMultiPV(k, i, Bound::None);
         }
         finished = k;
-        if (k >= 2 && root_move_count > MultiPV)
+        if (root_move_count > MultiPV)
             std::stable_sort(root_moves + MultiPV, root_moves + root_move_count,
                              [](const RootMove& a, const RootMove& b) { return a.score > b.score; });
         if (k + 1 >= max_depth || IsWantedMate(root_moves[0].score) || !TimeForAnotherIteration()) break;
@@ -372,9 +384,9 @@ Move PredictReply(const Move* line, int length) {
 }
 
 bool IsTimedPlay() {
-    return !PonderingNow && !AnalysisMode && search_limits.OwnTime < InfiniteTime &&
-           search_limits.MaxDepth >= NoDepthLimit && search_limits.MaxNodes == 0 && search_limits.MateSearch == 0 &&
-           (search_limits.OwnTime != NoClock || search_limits.MoveTime > 0 || !UciMode);
+    return !PonderingNow && !AnalysisMode && search_limits.OwnTime < InfiniteTime
+        && search_limits.MaxDepth >= NoDepthLimit && search_limits.MaxNodes == 0 && search_limits.MateSearch == 0
+        && (search_limits.OwnTime != NoClock || search_limits.MoveTime > 0 || !UciMode);
 }
 
 }  // namespace
@@ -395,12 +407,13 @@ int GenerateRootMoves() {
         if (root_moves[i].move == last_best_move) MoveUp(i, 0);
     for (int i = 0; i < root_move_count; ++i) lines[root_moves[i].line].length = 0;
     root_move_index = 0;
+    current_root_move = root_moves[0].move;
     return root_move_count;
 }
 
 int RootLine(int index, Move* line, int limit) {
-    const Line& kept = lines[root_moves[index].line];
     if (root_move_count == 0) return 0;
+    const Line& kept = lines[root_moves[index].line];
     int length = kept.length;
     std::memcpy(line, kept.moves, size_t(length) * sizeof(Move));
     if (length == 0) line[length++] = root_moves[index].move;

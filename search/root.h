@@ -4,12 +4,12 @@
 #include "board/types.h"
 
 struct SearchResult {
-    Move best;         // 0 only when there is no legal move
-    Move ponder;       // predicted reply, legal after `best`; 0 when unknown
-    int score;         // centipawns, root side's view
-    int depth;         // last finished iteration, plies
+    Move best;    // 0 only when there is no legal move
+    Move ponder;  // predicted reply, legal after `best`; 0 when unknown
+    int score;    // centipawns, root side's view
+    int depth;    // last finished iteration, plies
     bool from_book;
-    bool searched;     // false: book move, single reply or depth limit below 2
+    bool searched;  // false: book move, single reply or depth limit below 2
 };
 
 // Generates the legal root moves, moves last_best_move to the front, returns their number.

@@ -53,6 +53,7 @@ constexpr int ReductionByScore[41] = {-100, -100, -100, -100, -100, -100, -100, 
                                       -6,   -6,   -6,   -6,   -15,  -15,  -15,  -15,  -15, -15, -15, -15, -15};
 static_assert(sizeof ReductionByScore / sizeof *ReductionByScore == 41 && ReductionByScore[20] == 4);
 
+constexpr int MaxTried = 256;
 constexpr int TablebaseScoreLimit = 32401;
 constexpr int LearnedMaxHistory = 120, LearnedMaxFifty = 70, LearnedMinUnits = 15;
 
@@ -102,16 +103,17 @@ int FutilityBase(int depth, Colour us) {
     const int own = thread_board.NonPawnMaterial[us], enemy = thread_board.NonPawnMaterial[ChangeSide(us)];
     const int by_enemy = enemy < 15 ? FutilityEnemyUnits[enemy] : 0;
     const int by_own = own < 15 ? FutilityOwnUnits[own] : 0;
-    return (FutilityMargin[i] * 100 >> 8) - (by_enemy * FutilityUnitScale[i] >> 8) -
-           (FutilityUnitScale[i] * by_own >> 8);
+    return (FutilityMargin[i] * 100 >> 8) - (by_enemy * FutilityUnitScale[i] >> 8)
+        - (FutilityUnitScale[i] * by_own >> 8);
 }
 
 // Change of the moving piece's square value, for its owner, blended by game phase.
 int SquareGain(Move m, Colour us, int phase) {
     const int16_t* const from = PieceSquare[us][MovePiece(m)][MoveFrom(m)];
     const int16_t* const to = PieceSquare[us][MovePiece(m)][MoveTo(m)];
-    const int gain = ((to[OpeningPhase] - from[OpeningPhase]) * (256 - phase) +
-                      (to[EndgamePhase] - from[EndgamePhase]) * phase) / 256;
+    const int gain =
+        ((to[OpeningPhase] - from[OpeningPhase]) * (256 - phase) + (to[EndgamePhase] - from[EndgamePhase]) * phase)
+        / 256;
     return us == WHITE ? -gain : gain;  // the table is from Black's view
 }
 
@@ -170,11 +172,10 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     const MaterialRecord* const material = MaterialRecordOrNull();
     const int own_units = p.NonPawnMaterial[us], enemy_units = p.NonPawnMaterial[them];
     if (own_units < 11 && enemy_units < 11) {
-        if (HasCannotWinFlag(material, WHITE) && HasCannotWinFlag(material, BLACK) &&
-            p.Material[WHITE] + p.Material[BLACK] < 600)
+        if (HasCannotWinFlag(material, WHITE) && HasCannotWinFlag(material, BLACK)
+            && p.Material[WHITE] + p.Material[BLACK] < 600)
             return 0;
-        if (depth > 8 && own_units == enemy_units && own_units < 10 &&
-            !(p.pieces[PAWN][WHITE] | p.pieces[PAWN][BLACK]))
+        if (depth > 8 && own_units == enemy_units && own_units < 10 && !(p.pieces[PAWN][WHITE] | p.pieces[PAWN][BLACK]))
             depth = 8;
         if (!in_check && excluded == 0) {
             if (alpha >= 0 && own_units < 6 && IsHopeless(material, us)) return alpha;
@@ -202,8 +203,8 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     Move hash_move = probe.move;
 
     // Step 9. Is the hash move a candidate for the singularity test?
-    const bool singular_candidate = depth >= 8 * ONE_PLY && probe.hit && probe.depth >= depth - 3 * ONE_PLY &&
-                                    probe.singular_mark && excluded == 0 && node_type != CutNode;
+    const bool singular_candidate = depth >= 8 * ONE_PLY && probe.hit && probe.depth >= depth - 3 * ONE_PLY
+        && probe.singular_mark && excluded == 0 && node_type != CutNode;
 
     // Step 10. Tablebases.
     if (tablebase_men > 0 && p.piece_total <= tablebase_men && p.castling == 0 && excluded == 0) {
@@ -220,9 +221,9 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     }
 
     // Step 11. Results of earlier games.
-    if ((UseLearning || UseLearningData) && excluded == 0 && depth > 24 && us == root_side &&
-        history_count < LearnedMaxHistory && own_units >= LearnedMinUnits && enemy_units >= LearnedMinUnits &&
-        p.fifty < LearnedMaxFifty) {
+    if ((UseLearning || UseLearningData) && excluded == 0 && depth > 24 && us == root_side
+        && history_count < LearnedMaxHistory && own_units >= LearnedMinUnits && enemy_units >= LearnedMinUnits
+        && p.fifty < LearnedMaxFifty) {
         int score;
         if (LookUpLearned(depth, &score)) return score;
     }
@@ -235,10 +236,9 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     // Step 13. Null move. If passing still keeps us above beta, a real move will too. Wrong
     // only in zugzwang, which is rare while we have a piece to move.
     bool mate_threat = probe.node_mark;
-    if (alpha < MateBound && beta > -MateBound && own_units > 0 && (own_units > 5 || depth < 25) && null_allowed &&
-        !pv && !in_check && excluded == 0 && !probe.null_forbidden &&
-        alpha - eval <= (depth < 2 * ONE_PLY ? 4 : 19) &&
-        !(null_depth < ONE_PLY && (eval < beta || OpponentThreatens(eval - beta)))) {
+    if (alpha < MateBound && beta > -MateBound && own_units > 0 && (own_units > 5 || depth < 25) && null_allowed && !pv
+        && !in_check && excluded == 0 && !probe.null_forbidden && alpha - eval <= (depth < 2 * ONE_PLY ? 4 : 19)
+        && !(null_depth < ONE_PLY && (eval < beta || OpponentThreatens(eval - beta)))) {
         MakeNullMove();
         PrefetchTable(PositionKey(), them);
         record.flags = 0;
@@ -306,14 +306,16 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     bool futile = false, use_futility = false, skipped = false;
     int margin = 0;
     Bitboard capture_targets = p.colour[them];
-    if (!pv && !in_check && depth <= FutilityMaxDepth && std::abs(alpha) <= FutilityMaxAlpha &&
-        own_units + enemy_units > 0) {
+    if (!pv && !in_check && depth <= FutilityMaxDepth && std::abs(alpha) <= FutilityMaxAlpha
+        && own_units + enemy_units > 0) {
         use_futility = true;
         margin = FutilityBase(depth, us);
         futile = eval < alpha - margin;
         if (depth < 2 * ONE_PLY && eval - 100 < alpha) capture_targets = GainfulTargets(us, eval, alpha);
     }
-    const int phase = material != nullptr ? material->current_phase : 0;
+    const int phase = !use_futility ? 0
+        : material != nullptr       ? material->current_phase
+                                    : ComputeMaterialRecord().current_phase;
 
     // Step 18. The moves.
     CheckInfo checks;
@@ -332,9 +334,9 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
 
     int best = -MATE;
     Move best_move = 0;
-    int searched = 0;        // moves made at this node
-    int quiets_tried = 0;    // of the history-sorted stage, for the reduction and its malus
-    Move tried[256];
+    int searched = 0;      // moves made at this node
+    int quiets_tried = 0;  // of the history-sorted stage, for the reduction and its malus
+    Move tried[MaxTried];
 
     while (const Move m = picker.Next()) {
         if (m == excluded) continue;
@@ -363,11 +365,12 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
             if (score < bound) change = std::min(change + (ply <= 2 * iteration_depth ? 4 : 2), 0);
         }
 
-        const bool sorted_quiet = quiet && !is_hash && (picker.stage == Stage::Quiets || picker.stage == Stage::Evasions);
+        const bool sorted_quiet =
+            quiet && !is_hash && (picker.stage == Stage::Quiets || picker.stage == Stage::Evasions);
         if (use_futility && quiet && flags == 0 && !is_hash) {
-            const int share = picker.stage == Stage::Killer1   ? Killer1MarginShare
-                              : picker.stage == Stage::Killer2 ? Killer2MarginShare
-                                                               : QuietMarginShare;
+            const int share = picker.stage == Stage::Killer1 ? Killer1MarginShare
+                : picker.stage == Stage::Killer2             ? Killer2MarginShare
+                                                             : QuietMarginShare;
             int gain = SquareGain(m, us, phase);
             if (gain < 0) gain = gain * NegativeGainScale[depth / ONE_PLY] / 256;
             const int estimate = eval + (margin * share >> 8) + (HistoryShare * picker.score >> 8) + gain;
@@ -389,7 +392,7 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
         bool reduced_failed = false;
         if (sorted_quiet) {
             const int n = ++quiets_tried;
-            if (n < 256) tried[n] = m;
+            if (n < MaxTried) tried[n] = m;
             if (depth >= 2 * ONE_PLY && ply > 0 && !single_reply && n >= 2) {
                 const int enemy_eval = Evaluate();
                 const int r = ReductionMeasure(n, node_type, gives_check, enemy_eval, alpha);
@@ -432,7 +435,8 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
                     if (in_check) {
                         counter_evasions[MoveTo(previous)][p.king_square[us]][us] = m;
                     } else {
-                        RewardQuiet(m, us, depth, sorted_quiet ? tried + 1 : nullptr, quiets_tried - 1);
+                        RewardQuiet(m, us, depth, sorted_quiet ? tried + 1 : nullptr,
+                                    std::min(quiets_tried, MaxTried) - 1);
                     }
                 }
                 if (excluded == 0) StoreTable(depth, m, score, BoundLower, mate_threat, probe.flags, ply);

@@ -17,6 +17,7 @@ int root_history_count;
 
 RootMove root_moves[MaxRootMoves];
 int root_move_count, root_move_index;
+Move current_root_move;
 int band_low = -32767, band_high = 32767;
 
 Move last_best_move;
@@ -40,8 +41,13 @@ void ResetLimits() {
     search_limits.MaxDepth = NoDepthLimit;
 }
 
+void ResetGameMemory() {
+    ResetSearchMemory();
+    reference_valid = false;
+    move_phase = 0;
+}
+
 void ResetSearchMemory() {
     last_best_move = 0;
-    reference_valid = false;
     game_over_flag = false;
 }

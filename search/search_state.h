@@ -18,10 +18,10 @@ extern int AnalysisMode;             // 1: analysis search, no clock
 extern bool searching;               // true from the start of think() to its end
 
 // Counters of the running (or last) search.
-extern int64_t nodes_searched;       // entries to search() and quiesce()
-extern int selective_depth;          // highest ply reached
+extern int64_t nodes_searched;  // entries to search() and quiesce()
+extern int selective_depth;     // highest ply reached
 extern int64_t tablebase_hits;
-extern int64_t search_start;         // centiseconds of NowCentiseconds()
+extern int64_t search_start;               // centiseconds of NowCentiseconds()
 extern int poll_countdown, poll_interval;  // nodes
 extern Colour root_side;
 extern int root_history_count;
@@ -29,27 +29,31 @@ extern int root_history_count;
 // The root moves, best first once an iteration has ended.
 struct RootMove {
     Move move;
-    int score;          // from the root side's view
+    int score;  // from the root side's view
     bool gives_check;
-    int64_t nodes;      // spent on it in the last iteration
-    int line;           // where its principal line is kept (root_lines.h)
+    int64_t nodes;  // spent on it in the last iteration
+    int line;       // where its principal line is kept (root_lines.h)
 };
 constexpr int MaxRootMoves = 256;
 extern RootMove root_moves[MaxRootMoves];
 extern int root_move_count;
-extern int root_move_index;          // of the move being searched, 0-based
+extern int root_move_index;     // of the move being searched, 0-based
+extern Move current_root_move;  // that move; the list may be reordered meanwhile
 
 // Material band of the current iteration, root side's view, centipawns.
 extern int band_low, band_high;
 
 // Remembered between searches.
-extern Move last_best_move;          // what the engine last reported; cleared by set-ups
-extern int reference_score;          // root score of the last search ...
-extern Colour reference_side;        // ... and whose view it is
+extern Move last_best_move;    // what the engine last reported; cleared by set-ups
+extern int reference_score;    // root score of the last search ...
+extern Colour reference_side;  // ... and whose view it is
 extern bool reference_valid;
-extern int move_phase;               // own searched moves since the game began
-extern bool game_over_flag;          // suppresses a second announcement of one draw
-extern bool output_suppressed;       // no progress lines at all (hint searches, tools)
+extern int move_phase;          // own searched moves since the game began
+extern bool game_over_flag;     // suppresses a second announcement of one draw
+extern bool output_suppressed;  // no progress lines at all (hint searches, tools)
 
-// A new game or position: clears what is remembered about the old one except move_phase.
+// Another position: forgets the last best move and draw. A front end sends each position of
+// one game anew, so what is known of the game stays.
 void ResetSearchMemory();
+// Another game: forgets its scores and its moves too.
+void ResetGameMemory();

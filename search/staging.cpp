@@ -98,8 +98,8 @@ Move MovePicker::Next() {
                 const Move killer = killers[index];
                 if (!stage_ready) {
                     stage_ready = true;
-                    if (killer != 0 && killer != hash_move && IsQuiet(killer) && (index == 0 || killer != killers[0]) &&
-                        IsPseudoLegal(killer)) {
+                    if (killer != 0 && killer != hash_move && IsQuiet(killer) && (index == 0 || killer != killers[0])
+                        && IsPseudoLegal(killer)) {
                         score = HistoryValue(ply_records[current_ply].eval_ok, killer, SideToMove());
                         return killer;
                     }

@@ -14,12 +14,12 @@
 enum class Stage : uint8_t { HashMove, Captures, Killer1, Killer2, Quiets, Evasions, End };
 
 struct MovePicker {
-    Stage stage;         // of the move handed out last
-    Move hash_move;      // pseudo-legal or 0
+    Stage stage;     // of the move handed out last
+    Move hash_move;  // pseudo-legal or 0
     Move killers[2];
-    int first, last;     // this node's part of the move stack
-    int score;           // ordering score of the move handed out last
-    bool futile;         // the quiet stage offers only checking moves
+    int first, last;  // this node's part of the move stack
+    int score;        // ordering score of the move handed out last
+    bool futile;      // the quiet stage offers only checking moves
     bool stage_ready;
     bool under_promotions;
     Bitboard capture_targets;

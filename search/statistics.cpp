@@ -54,6 +54,7 @@ Bitboard GainfulTargets(Colour us, int eval, int alpha) {
     for (const PieceType type : {PAWN, KNIGHT, BISHOP, ROOK, QUEEN})
         if (eval + PieceValue[type] + GainMargin > alpha) targets |= p.pieces[type][them];
     const Bitboard seventh = p.pieces[PAWN][us] & RelativeRankMask(us, 6);
-    if (seventh) targets |= p.colour[them] & (us == WHITE ? PawnAttackSet<WHITE>(seventh) : PawnAttackSet<BLACK>(seventh));
+    if (seventh)
+        targets |= p.colour[them] & (us == WHITE ? PawnAttackSet<WHITE>(seventh) : PawnAttackSet<BLACK>(seventh));
     return targets;
 }

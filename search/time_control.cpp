@@ -21,14 +21,19 @@ namespace {
 
 constexpr int Unlimited = 9999999;
 constexpr int MaxMovesAhead = 30;
-constexpr int UselessPonderTime = 100;      // a ponder search without purpose ends after this
+constexpr int UselessPonderTime = 100;  // a ponder search without purpose ends after this
+// Changes of the root score, centipawns, that ask for more time; a rise does so only from a
+// level position.
+constexpr int NotableRise = 25, NotableFall = 20, SevereFall = 60;
+constexpr int LevelScoreLow = -9, LevelScoreHigh = 119;
 constexpr int64_t ReportInterval = 100000;  // nodes between two periodic lines
 
 int64_t checks_until_report;
+int root_time_factor;  // of the root's material: the board may be deep in the tree later
 
 int PollInterval(int64_t target) { return target < 101 ? 5000 : target < 301 ? 20000 : 50000; }
 
-// Reloads the countdown, so that a node limit is met to the node as far as checks allow.
+// Reloads the countdown, so that a node limit is met at the first main node beyond it.
 void ReloadCountdown() {
     int64_t interval = poll_interval;
     if (search_limits.MaxNodes > 0) interval = std::min(interval, search_limits.MaxNodes - nodes_searched - 1);
@@ -41,20 +46,6 @@ void ReportPeriodically() {
     ReportNodesPerSecond();
 }
 
-// How long to think on, given how the root score and the best move have developed.
-int64_t AdjustedTarget(bool same) {
-    int64_t t = same ? time_budget.target / 3 : time_budget.target;
-    if (!reference_valid) return t;
-    const int reference = reference_side == root_side ? reference_score : -reference_score;
-    const int diff = root_moves[0].score - reference;
-    if (diff > 25 && reference >= -9 && reference <= 119) t *= 2;
-    if (diff < -20) {
-        if (diff >= -60) t = t / 2 + 2 * t;
-        else t *= move_phase != 0 ? 7 : 4;
-    }
-    return t;
-}
-
 void CheckClock() {
     const int64_t elapsed = NowCentiseconds() - search_start;
     if (search_limits.MoveTime > 0) {
@@ -65,7 +56,12 @@ void CheckClock() {
     if (!same) expected_best_move = 0;
     const int64_t patience = std::min<int64_t>(5 * int64_t(time_budget.target) / 3, time_budget.hard);
     if (root_in_trouble && !same && elapsed <= patience) return;
-    if (elapsed >= std::min<int64_t>(AdjustedTarget(same), time_budget.hard)) stop_flag = true;
+    int64_t wanted = same ? time_budget.target / 3 : time_budget.target;
+    if (reference_valid) {
+        const int reference = reference_side == root_side ? reference_score : -reference_score;
+        wanted = AdjustTarget(wanted, root_moves[0].score, reference, move_phase);
+    }
+    if (elapsed >= std::min<int64_t>(wanted, time_budget.hard)) stop_flag = true;
 }
 
 }  // namespace
@@ -110,6 +106,14 @@ TimeBudget Allocate(const SearchLimits& limits, const TimeSituation& situation) 
             PollInterval(target)};
 }
 
+int64_t AdjustTarget(int64_t target, int score, int reference, int phase) {
+    const int change = score - reference;
+    if (change > NotableRise && reference >= LevelScoreLow && reference <= LevelScoreHigh) return 2 * target;
+    if (change >= -NotableFall) return target;
+    if (change >= -SevereFall) return target / 2 + 2 * target;
+    return target * (phase != 0 ? 7 : 4);
+}
+
 void RestartBudget() {
     SearchLimits limits = search_limits;
     if (PonderingNow || AnalysisMode) {
@@ -119,9 +123,7 @@ void RestartBudget() {
         // A person who set no clock at all does not want to wait for ever.
         limits.OwnTime = limits.BaseTime;
     }
-    const MaterialRecord* const material = MaterialRecordOrNull();
-    const TimeSituation situation = {UciMode != 0, root_history_count,
-                                     material != nullptr ? material->time_factor : -1, move_phase};
+    const TimeSituation situation = {UciMode != 0, root_history_count, root_time_factor, move_phase};
     time_budget = Allocate(limits, situation);
     poll_interval = time_budget.poll_interval;
     checks_until_report = std::max<int64_t>(ReportInterval / poll_interval, 1);
@@ -130,6 +132,8 @@ void RestartBudget() {
 
 void StartClock() {
     search_start = NowCentiseconds();
+    const MaterialRecord* const material = MaterialRecordOrNull();
+    root_time_factor = material != nullptr ? material->time_factor : -1;
     RestartBudget();
     ReloadCountdown();
 }

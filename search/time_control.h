@@ -15,12 +15,16 @@ struct TimeBudget {
 
 // What Allocate() needs beside the limits, so that it can be tested as a pure function.
 struct TimeSituation {
-    bool uci;           // MovesToGo counts, otherwise MovesPerPeriod
-    int history_length; // game ply
-    int time_factor;    // of the material, 256 = neutral; -1 when it cannot be indexed
-    int move_phase;     // own searched moves so far
+    bool uci;            // MovesToGo counts, otherwise MovesPerPeriod
+    int history_length;  // game ply
+    int time_factor;     // of the material, 256 = neutral; -1 when it cannot be indexed
+    int move_phase;      // own searched moves so far
 };
 TimeBudget Allocate(const SearchLimits& limits, const TimeSituation& situation);
+
+// The target, stretched when the root score has changed against `reference`, the score of
+// the search before. `phase` is the number of own searched moves so far.
+int64_t AdjustTarget(int64_t target, int score, int reference, int phase);
 
 // The budget of the running search. Set by StartClock(), and again by RestartBudget() when a
 // ponder search turns into a timed one; the time origin stays the start of the search.

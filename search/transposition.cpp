@@ -39,8 +39,8 @@ TableEntry* Find() {
     TableEntry* entry = Bucket(key, side);
     for (int i = 0; i < BucketSize; ++i, ++entry) {
         if (entry->packed == 0) return nullptr;
-        if (entry->key_low == uint32_t(key) && entry->key_high == uint32_t(key >> 32) &&
-            SideOf(entry->packed) == uint32_t(side))
+        if (entry->key_low == uint32_t(key) && entry->key_high == uint32_t(key >> 32)
+            && SideOf(entry->packed) == uint32_t(side))
             return entry;
     }
     return nullptr;
@@ -144,8 +144,8 @@ void StoreTable(int depth, Move move, int score, int bound, int mark, int flags,
             target = slot;
             break;
         }
-        if (slot->key_low == uint32_t(key) && slot->key_high == uint32_t(key >> 32) &&
-            SideOf(slot->packed) == uint32_t(side)) {
+        if (slot->key_low == uint32_t(key) && slot->key_high == uint32_t(key >> 32)
+            && SideOf(slot->packed) == uint32_t(side)) {
             slot->flags = int16_t(slot->flags | flags);
             slot->age = table_generation;
             if (depth < slot->depth) return;

@@ -18,11 +18,11 @@ enum : int { FlagNoQuietChecks = 1, FlagNoCaptures = 2 };  // position facts, se
 
 struct TableEntry {
     uint32_t key_low, key_high;
-    int16_t depth;      // quarter plies; quiescence stores 0
+    int16_t depth;  // quarter plies; quiescence stores 0
     int16_t score;
-    uint32_t packed;    // 0-20 move, 21-22 bound, 23 side, 24-29 zero, 30-31 node mark; 0 = empty
-    uint16_t age;       // generation of the last store or hit
-    int16_t flags;      // facts ORed over all stores of the position
+    uint32_t packed;  // 0-20 move, 21-22 bound, 23 side, 24-29 zero, 30-31 node mark; 0 = empty
+    uint16_t age;     // generation of the last store or hit
+    int16_t flags;    // facts ORed over all stores of the position
 };
 static_assert(sizeof(TableEntry) == 20);
 
@@ -32,22 +32,22 @@ extern int32_t writes_this_search;
 // generation becomes 0. False when memory is short; the table is then off.
 bool AllocateTable(uint32_t entries);
 void FreeTable();
-void ClearTable();              // all zero, generation 0
+void ClearTable();  // all zero, generation 0
 uint32_t TableEntries();
-void AgeTable(int generations); // +1 a search, +3 a new game or position
+void AgeTable(int generations);  // +1 a search, +3 a new game or position
 
 // What a probe hands to a node. `hit` false leaves the rest zero.
 struct TableProbe {
     bool hit;
-    bool cutoff;           // return `value` at once
-    bool singular_mark;    // the entry makes its move a candidate for the singularity test
-    bool null_forbidden;   // the entry says that a null move will fail
-    bool node_mark;        // bit 30 of the entry
-    int bound, depth;      // of the entry
-    int score;             // as stored
+    bool cutoff;          // return `value` at once
+    bool singular_mark;   // the entry makes its move a candidate for the singularity test
+    bool null_forbidden;  // the entry says that a null move will fail
+    bool node_mark;       // bit 30 of the entry
+    int bound, depth;     // of the entry
+    int score;            // as stored
     int flags;
     Move move;
-    int value;             // the score to return on a cut-off
+    int value;  // the score to return on a cut-off
 };
 // For a main node of depth `depth` (quarter plies) at `ply`. With `cutoffs` false it never
 // cuts off.

@@ -32,7 +32,8 @@ bool IsWhite(char man) { return man >= 'A' && man <= 'Z'; }
 int ValueOf(char man) {
     switch (std::toupper(man)) {
         case 'P': return 100;
-        case 'N': case 'B': return 300;
+        case 'N':
+        case 'B': return 300;
         case 'R': return 500;
         case 'Q': return 900;
         case 'K': return 10000;
@@ -48,9 +49,15 @@ bool Reaches(const LetterBoard& board, Square from, Square to) {
         case 'P': return std::abs(files) == 1 && ranks == (IsWhite(board.at[from]) ? 1 : -1);
         case 'N': return std::abs(files * ranks) == 2;
         case 'K': return far == 1;
-        case 'R': if (!straight) return false; break;
-        case 'B': if (!diagonal) return false; break;
-        case 'Q': if (!straight && !diagonal) return false; break;
+        case 'R':
+            if (!straight) return false;
+            break;
+        case 'B':
+            if (!diagonal) return false;
+            break;
+        case 'Q':
+            if (!straight && !diagonal) return false;
+            break;
         default: return false;
     }
     const int step = (files > 0) - (files < 0) + 8 * ((ranks > 0) - (ranks < 0));
@@ -124,8 +131,8 @@ TEST(Exchange, RandomGamesAgainstPlayingItOut) {
                     if (IsCastling(m)) continue;
                     const std::set<int> truth = OutcomesOf(m);
                     const int gain = ExchangeGain(m);
-                    EXPECT_TRUE(truth.count(gain)) << WriteFen() << " " << MoveText(m) << " gives " << gain
-                                                   << " instead of " << *truth.begin();
+                    EXPECT_TRUE(truth.count(gain))
+                        << WriteFen() << " " << MoveText(m) << " gives " << gain << " instead of " << *truth.begin();
                     EXPECT_EQ(PassesExchange(m), gain >= 0) << WriteFen() << " " << MoveText(m);
                     ++compared;
                     losing += gain < 0;
@@ -138,7 +145,12 @@ TEST(Exchange, RandomGamesAgainstPlayingItOut) {
 }
 
 TEST(Exchange, KnownCases) {
-    struct { const char* why; const char* fen; const char* move; int gain; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        const char* move;
+        int gain;
+    } const cases[] = {
         {"free pawn", "4k3/8/8/3p4/8/8/8/3RK3 w - -", "d1d5", 100},
         {"guarded pawn", "4k3/8/4p3/3p4/8/8/8/3RK3 w - -", "d1d5", -400},
         {"rook behind rook joins in", "3rk3/3r4/8/3p4/8/8/3R4/3RK3 w - -", "d2d5", -400},
@@ -163,7 +175,12 @@ TEST(Exchange, KnownCases) {
 }
 
 TEST(Exchange, Threats) {
-    struct { const char* why; const char* fen; int margin; bool threatened; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        int margin;
+        bool threatened;
+    } const cases[] = {
         {"nothing attacked", "4k3/8/8/8/8/8/8/R3K3 w - -", 0, false},
         {"undefended rook attacked by a rook", "4k3/8/8/8/r6R/8/8/4K3 w - -", 0, true},
         {"defended rook attacked by a rook", "4k3/8/8/8/r6R/6P1/8/4K3 w - -", 0, false},

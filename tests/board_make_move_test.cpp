@@ -41,11 +41,15 @@ TEST(MakeMove, RandomGamesKeepEveryFieldAndReturnEveryByte) { WalkAndReturn(4, 1
 TEST(SlowMakeMove, RandomGamesKeepEveryFieldAndReturnEveryByte) { WalkAndReturn(200, 200); }
 
 TEST(MakeMove, CastlingRights) {
-    struct { const char* why; const char* fen; const char* moves; int castling; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        const char* moves;
+        int castling;
+    } const cases[] = {
         {"castling king side", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "e1g1", BlackKingSide | BlackQueenSide},
         {"castling queen side", "r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", "e8c8", WhiteKingSide | WhiteQueenSide},
-        {"king moves away and back", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "e1e2 a8b8 e2e1",
-         BlackKingSide},
+        {"king moves away and back", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "e1e2 a8b8 e2e1", BlackKingSide},
         {"a rook that left cannot give the right back", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "h1h2 e8e7 h2h1",
          WhiteQueenSide},
         {"rook takes rook: both lose one right", "r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", "h1h8",
@@ -54,8 +58,7 @@ TEST(MakeMove, CastlingRights) {
          WhiteKingSide | WhiteQueenSide | BlackQueenSide},
         {"a pawn takes the rook and promotes", "r3k2r/6P1/8/8/8/8/8/R3K2R w KQkq -", "g7h8q",
          WhiteKingSide | WhiteQueenSide | BlackQueenSide},
-        {"a second rook on the home square keeps nothing alive", "4k3/8/8/8/8/8/7R/4K2R w K -",
-         "h1g1 e8e7 h2h1", 0},
+        {"a second rook on the home square keeps nothing alive", "4k3/8/8/8/8/8/7R/4K2R w K -", "h1g1 e8e7 h2h1", 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
@@ -105,7 +108,10 @@ TEST(MakeMove, MaterialIndexOfManyPieces) {
 
 TEST(MakeMove, FiftyMoveCounter) {
     SetFen("r3k2r/p7/8/8/8/8/P7/R3K2R w KQkq -");
-    struct { const char* move; int fifty; } const moves[] = {
+    struct {
+        const char* move;
+        int fifty;
+    } const moves[] = {
         {"h1h2", 1}, {"e8g8", 2}, {"a2a3", 0}, {"f8f7", 1}, {"e1d1", 2}, {"f7f8", 3}, {"h2h8", 4}, {"g8h8", 0},
     };
     for (const auto& m : moves) {

@@ -39,7 +39,11 @@ int exit_status = -1;
 }  // namespace
 
 TEST(CoordinateText, Writing) {
-    struct { const char* why; Move move; const char* text; } const cases[] = {
+    struct {
+        const char* why;
+        Move move;
+        const char* text;
+    } const cases[] = {
         {"no move", 0, "0000"},
         {"plain", PackMove(12, 28, PAWN), "e2e4"},
         {"capture shows nothing", PackMove(A1, A8, ROOK, QUEEN), "a1a8"},
@@ -66,7 +70,12 @@ TEST(CoordinateText, WhatLooksLikeAMove) {
 
 TEST(CoordinateText, Reading) {
     constexpr const char* Promotion = "8/P6k/8/8/8/8/7K/8 w - -";
-    struct { const char* why; const char* fen; const char* text; const char* move; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        const char* text;
+        const char* move;
+    } const cases[] = {
         {"plain", StartFen, "e2e4", "e2e4"},
         {"capital letters", StartFen, "E2E4", "e2e4"},
         {"more words behind", StartFen, "e2e4 e7e5", "e2e4"},
@@ -100,7 +109,11 @@ TEST(CoordinateText, Reading) {
 }
 
 TEST(San, Tokens) {
-    struct { const char* why; const char* text; std::vector<std::string> tokens; } const cases[] = {
+    struct {
+        const char* why;
+        const char* text;
+        std::vector<std::string> tokens;
+    } const cases[] = {
         {"spaces part tokens", "e4 Nf3 ", {"e4", "Nf3"}},
         {"the last one needs no end", "e4 Nf3", {"e4", "Nf3"}},
         {"check, mate and annotation end a token", "Kxe1+ Qh5# e4! ", {"Kxe1", "", "Qh5", "", "e4", ""}},
@@ -128,15 +141,14 @@ TEST(San, TooLongTokenEndsTheProgram) {
     ::testing::internal::CaptureStdout();
     EXPECT_EQ(ReadSanToken(file), 1);
     Flush();
-    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
-              "Error parsing move (move too long): abcdefgh123456...\n");
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "Error parsing move (move too long): abcdefgh123456...\n");
     EXPECT_EQ(exit_status, 2);
     exit_hook = saved_hook;
     std::fclose(file);
 }
 
 TEST(San, Matching) {
-    constexpr const char* Knights = "4k3/8/8/8/8/8/5P2/1N2KNN1 w - -";   // d2: b1, f1; f3, e2, h3: g1
+    constexpr const char* Knights = "4k3/8/8/8/8/8/5P2/1N2KNN1 w - -";  // d2: b1, f1; f3, e2, h3: g1
     constexpr const char* Knights1 = "4k3/8/8/6N1/8/8/8/4K1N1 w - -";
     constexpr const char* Queens = "7k/8/8/8/4Q2Q/8/8/K6Q w - -";
     constexpr const char* Pawns = "4k3/8/8/8/4n3/3P1P2/8/4K3 w - -";
@@ -144,7 +156,13 @@ TEST(San, Matching) {
     constexpr const char* Castling = "r3k2r/8/8/8/8/4B3/8/R3K2R w KQkq -";
     constexpr const char* EnPassant = "4k3/8/8/3pP3/8/8/8/4K3 w - d6";
     enum { Fine, Unknown, Ambiguous };
-    struct { const char* why; const char* fen; const char* token; const char* move; int outcome; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        const char* token;
+        const char* move;
+        int outcome;
+    } const cases[] = {
         {"pawn move", StartFen, "e4", "e2e4", Fine},
         {"piece move", StartFen, "Nf3", "g1f3", Fine},
         {"pawn letter", StartFen, "Pe4", "e2e4", Fine},
@@ -185,9 +203,9 @@ TEST(San, Matching) {
         EXPECT_EQ(MoveText(match), c.move ? c.move : "0000");
         EXPECT_EQ(san_token.error, c.outcome != Fine);
         const std::string name = c.token;
-        const std::string expected = c.outcome == Unknown   ? "\nCan't recognize: " + name + "...\n"
-                                   : c.outcome == Ambiguous ? "\nAmbigous move: " + name + "...\n"
-                                                            : "";
+        const std::string expected = c.outcome == Unknown ? "\nCan't recognize: " + name + "...\n"
+            : c.outcome == Ambiguous                      ? "\nAmbigous move: " + name + "...\n"
+                                                          : "";
         EXPECT_EQ(output, expected);
     }
     san_token.error = false;
@@ -214,7 +232,12 @@ TEST(San, ErrorFlagStays) {
 }
 
 TEST(San, Writing) {
-    struct { const char* why; const char* fen; const char* move; const char* san; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        const char* move;
+        const char* san;
+    } const cases[] = {
         {"pawn", StartFen, "e2e4", "e4"},
         {"piece", StartFen, "g1f3", "Nf3"},
         {"file decides", "4k3/8/8/8/8/8/5P2/1N2KNN1 w - -", "b1d2", "Nbd2"},

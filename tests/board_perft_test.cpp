@@ -27,12 +27,11 @@ const PerftCase perft_cases[] = {
     {"castling, pins, en passant and promotions together",
      "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", 4, 4085603},
     {"en passant that bares a king along the rank", "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", 5, 674624},
-    {"promotion by capture on a castling rook",
-     "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", 4, 422333},
+    {"promotion by capture on a castling rook", "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", 4,
+     422333},
     {"the same with colours changed", "r2q1rk1/pP1p2pp/Q4n2/bbp1p3/Np6/1B3NBn/pPPP1PPP/R3K2R b KQ -", 4, 422333},
     {"promotion next to the enemy king", "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -", 4, 2103487},
-    {"quiet middlegame",
-     "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - -", 4, 3894594},
+    {"quiet middlegame", "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - -", 4, 3894594},
 };
 
 const PerftCase deep_perft_cases[] = {
@@ -40,8 +39,8 @@ const PerftCase deep_perft_cases[] = {
     {"castling, pins, en passant and promotions together",
      "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", 5, 193690690},
     {"en passant that bares a king along the rank", "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", 6, 11030083},
-    {"promotion by capture on a castling rook",
-     "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", 5, 15833292},
+    {"promotion by capture on a castling rook", "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", 5,
+     15833292},
 };
 
 // One count of one position of the suite in data/perft.epd.
@@ -129,7 +128,11 @@ TEST(Perft, BothCountersAgreeOnUnusualPositions) {
 }
 
 TEST(Perft, BoardStaysConsistentInTheWholeTree) {
-    struct { const char* fen; int depth; uint64_t leaves; } const cases[] = {
+    struct {
+        const char* fen;
+        int depth;
+        uint64_t leaves;
+    } const cases[] = {
         {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", 3, 97862},
         {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", 4, 43238},
         {"n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - -", 3, 9483},

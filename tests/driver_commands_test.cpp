@@ -18,7 +18,7 @@ namespace {
 
 struct Abbreviations {
     const char* keyword;
-    const char* lines;   // every beginning of any keyword that selects this one
+    const char* lines;  // every beginning of any keyword that selects this one
 };
 
 // What users and front ends have come to type; an added or moved row must not change it.
@@ -138,7 +138,7 @@ TEST(Commands, WholeLines) {
 TEST(SearchInput, WhatALineMeansDuringASearch) {
     struct Case {
         SearchInput meaning;
-        const char* lines;   // separated by '|'
+        const char* lines;  // separated by '|'
     };
     const Case cases[] = {
         {SearchInput::Stop, "?|?x|stop|s|st|sto|STOP|stop now"},
@@ -158,7 +158,8 @@ TEST(SearchInput, WhatALineMeansDuringASearch) {
         {SearchInput::IsReady, "isready|i|isready "},
         {SearchInput::Move, "e2e4|  e7e8q|E2E4"},
         // A position, an option, other commands, nothing: decided by the kind of search.
-        {SearchInput::Other, "position startpos|setoption name Hash value 1|st 10|go|result *|remove|draw|#||   |e2|ping 1"},
+        {SearchInput::Other,
+         "position startpos|setoption name Hash value 1|st 10|go|result *|remove|draw|#||   |e2|ping 1"},
     };
     for (const Case& c : cases) {
         std::string lines = c.lines;
@@ -189,7 +190,7 @@ TEST_F(CommandEffects, Level) {
     struct Case {
         const char* why;
         const char* line;
-        int moves, base, increment;   // centiseconds
+        int moves, base, increment;  // centiseconds
     };
     const Case cases[] = {
         {"minutes and seconds", "level 40 5:30 0", 40, 33000, 0},
@@ -231,7 +232,8 @@ TEST_F(CommandEffects, MissingArgumentsChangeNothing) {
     Execute("sd 7");
     Execute("st 3");
     Execute("time 500");
-    for (const char* line : {"sd", "st", "time", "otim", "perft", "setoption", "setoption name Hash", "position", "debug"})
+    for (const char* line :
+         {"sd", "st", "time", "otim", "perft", "setoption", "setoption name Hash", "position", "debug"})
         Execute(line);
     EXPECT_EQ(search_limits.MaxDepth, 7);
     EXPECT_EQ(search_limits.MoveTime, 300);
@@ -258,7 +260,7 @@ TEST_F(CommandEffects, EasyAndHard) {
     EXPECT_EQ(PonderSwitch, 0);
     Execute("hard");
     EXPECT_EQ(PonderSwitch, 1);
-    Pondering = 0;   // forbidden by the configuration file
+    Pondering = 0;  // forbidden by the configuration file
     Execute("easy");
     Execute("hard");
     EXPECT_EQ(PonderSwitch, 0);

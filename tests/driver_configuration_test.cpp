@@ -20,8 +20,10 @@ protected:
     void SetUp() override {
         ASSERT_TRUE(AllocateWords());
         SetDefaults();
-        name_ = (std::filesystem::temp_directory_path() / ("corvantis-configuration-" +
-                 std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()))).string();
+        name_ = (std::filesystem::temp_directory_path()
+                 / ("corvantis-configuration-"
+                    + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name())))
+                    .string();
     }
     void TearDown() override {
         std::remove(name_.c_str());
@@ -90,16 +92,16 @@ TEST_F(Configuration, StyleAndVariety) {
     EXPECT_EQ(Cowardice, 0);
     EXPECT_EQ(VarietyOfPlay, 100);
     EXPECT_EQ(Read("Aggressivity = 350\nCowardice = 301\nVarietyOfPlay = 101\n"),
-              Warning(1, "Incorrect AGGRESSIVITY setting; set to 300") +
-              Warning(2, "Incorrect COWARDICE setting; set to 300") +
-              Warning(3, "Incorrect VarietyOfPlay setting; set to 100"));
+              Warning(1, "Incorrect AGGRESSIVITY setting; set to 300")
+                  + Warning(2, "Incorrect COWARDICE setting; set to 300")
+                  + Warning(3, "Incorrect VarietyOfPlay setting; set to 100"));
     EXPECT_EQ(Aggressivity, 300);
     EXPECT_EQ(AggressivityHalf, 150);
     EXPECT_EQ(Cowardice, 300);
     EXPECT_EQ(Read("Aggressivity = -1\nCowardice = -1\nVarietyOfPlay = -1\n"),
-              Warning(1, "Incorrect AGGRESSIVITY setting; set to 0") +
-              Warning(2, "Incorrect COWARDICE setting; set to 0") +
-              Warning(3, "Incorrect VarietyOfPlay setting; set to 0"));
+              Warning(1, "Incorrect AGGRESSIVITY setting; set to 0")
+                  + Warning(2, "Incorrect COWARDICE setting; set to 0")
+                  + Warning(3, "Incorrect VarietyOfPlay setting; set to 0"));
     EXPECT_EQ(AggressivityHalf, 0);
     EXPECT_EQ(CowardiceHalf, 0);
 }
@@ -110,8 +112,12 @@ TEST_F(Configuration, Flags) {
         const int* setting;
     };
     const Case cases[] = {
-        {"Learning", &UseLearning},         {"UseBookLearning", &UseBookLearning}, {"Pondering", &Pondering},
-        {"UseEGTB", &UseEGTB},              {"UseLearningData", &UseLearningData}, {"UseBookWeights", &UseBookWeights},
+        {"Learning", &UseLearning},
+        {"UseBookLearning", &UseBookLearning},
+        {"Pondering", &Pondering},
+        {"UseEGTB", &UseEGTB},
+        {"UseLearningData", &UseLearningData},
+        {"UseBookWeights", &UseBookWeights},
         {"LogLearningIntoFile", &LogLearningIntoFile},
     };
     for (const Case& c : cases) {
@@ -156,7 +162,8 @@ TEST_F(Configuration, Lines) {
     EXPECT_EQ(Read("ResignTimes = 5"), "") << "no line end at the end of the file";
     EXPECT_EQ(ResignTimes, 5);
     EXPECT_EQ(Read("; " + std::string(246, 'x') + " ResignTimes = 9\n\x01Cowardice = 5\nPondering = no\n"),
-              Warning(3, "Token unknown \"no\"")) << "the tail of a long comment is no setting, and no line";
+              Warning(3, "Token unknown \"no\""))
+        << "the tail of a long comment is no setting, and no line";
     EXPECT_EQ(ResignTimes, 5);
 }
 
@@ -164,9 +171,9 @@ TEST_F(Configuration, PathsAreTakenAsTheyStand) {
     Read("EGTBPath = d:\\end games\\, e:\\more \n");
     EXPECT_STREQ(EGTBPath, "d:\\end games\\, e:\\more ");
     Read("EGTBPath = \"d:\\end games\"\n");
-    EXPECT_STREQ(EGTBPath, "d:\\end games\"");   // only the start of the value is found
+    EXPECT_STREQ(EGTBPath, "d:\\end games\"");  // only the start of the value is found
     Read("EGTBPath = d:\\one\ttwo\n");
-    EXPECT_STREQ(EGTBPath, "d:\\one");           // a control character ends the line
+    EXPECT_STREQ(EGTBPath, "d:\\one");  // a control character ends the line
 }
 
 TEST_F(Configuration, BookIsOpenedAtOnce) {

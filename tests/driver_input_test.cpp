@@ -110,10 +110,10 @@ TEST_F(InputLines, EndOfInput) {
     Arrive("isready\nhalf");
     close(write_end_);
     write_end_ = -1;
-    EXPECT_NE(input_available(), 0);   // so that the end is found
+    EXPECT_NE(input_available(), 0);  // so that the end is found
     EXPECT_FALSE(read_input());
     EXPECT_TRUE(input_ended);
-    EXPECT_EQ(input_available(), 0);   // and reported once
+    EXPECT_EQ(input_available(), 0);  // and reported once
     EXPECT_FALSE(CutLine());
     input_ended = false;
 }

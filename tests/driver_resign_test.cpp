@@ -36,13 +36,9 @@ protected:
     using Turns = std::vector<bool>;
 };
 
-TEST_F(Resigning, ThreeLostSearchesInARow) {
-    EXPECT_EQ(Play({-801, -900, -1000}), (Turns{false, false, true}));
-}
+TEST_F(Resigning, ThreeLostSearchesInARow) { EXPECT_EQ(Play({-801, -900, -1000}), (Turns{false, false, true})); }
 
-TEST_F(Resigning, ExactlyTheThresholdIsNotLost) {
-    EXPECT_EQ(Play({-801, -801, -800}), (Turns{false, false, false}));
-}
+TEST_F(Resigning, ExactlyTheThresholdIsNotLost) { EXPECT_EQ(Play({-801, -801, -800}), (Turns{false, false, false})); }
 
 TEST_F(Resigning, ABetterScoreStartsTheCountAgain) {
     EXPECT_EQ(Play({-900, -900, -100, -900, -900, -900}), (Turns{false, false, false, false, false, true}));
@@ -78,7 +74,7 @@ TEST_F(Resigning, Settings) {
     ResignTimes = 1;
     ResignValue = 300;
     EXPECT_EQ(Play({-299, -301}), (Turns{false, true}));
-    ResignTimes = 0;   // at once
+    ResignTimes = 0;  // at once
     EXPECT_EQ(Play({500}), Turns{true});
     ResignTimes = 11;  // more than are remembered: never
     ResetEngine();

@@ -32,7 +32,9 @@ protected:
 TEST_F(EvaluationDriver, FiftyMoveScaling) {
     const int score = FreshScore("4k3/pp3ppp/8/8/8/8/PPP2PPP/R3K3 w Q - 0 1");
     ASSERT_GT(score, 256);
-    struct { int plies, factor; } const cases[] = {{0, 256}, {8, 256}, {9, 254}, {58, 156}, {100, 72}, {136, 0}};
+    struct {
+        int plies, factor;
+    } const cases[] = {{0, 256}, {8, 256}, {9, 254}, {58, 156}, {100, 72}, {136, 0}};
     for (const auto& c : cases) {
         thread_board.fifty = c.plies;
         EXPECT_EQ(Evaluate(), score * c.factor / 256) << c.plies;
@@ -55,22 +57,22 @@ struct LazyCase {
     int score;  // when lazy, side to move's view
 };
 const LazyCase lazy_cases[] = {
-    {"a queen up, above the window", "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", WHITE, -300, 300,
-     true, 900},
+    {"a queen up, above the window", "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", WHITE, -300, 300, true,
+     900},
     {"inside the window", "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", WHITE, -300, 900, false, 0},
     {"the window is the root side's", "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", BLACK, -950, 300,
      false, 0},
     {"and turned for the other side", "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", BLACK, -800, 300,
      true, 900},
     {"behind", "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNB1KBNR w KQkq - 0 1", WHITE, -300, 300, true, -900},
-    {"behind with a pawn on the seventh", "rnbqkbnr/1pppppPp/8/8/8/8/PPPPPP1P/RNB1KBNR w KQkq - 0 1", WHITE, -300,
-     300, true, -600},
-    {"behind with a pawn on the sixth", "rnbqkbnr/1ppppp1p/6P1/8/8/8/PPPPPP1P/RNB1KBNR w KQkq - 0 1", WHITE, -300,
-     300, true, -650},
-    {"the pawn on the seventh brings it back inside", "rnbqkbnr/1ppppPpp/8/8/8/8/PPPPP1PP/RNB1KBNR w KQkq - 0 1",
-     WHITE, -650, 300, false, 0},
-    {"ahead, the enemy's pawn on its seventh", "rnb1kbnr/ppppppp1/8/8/8/8/PPPPPPpP/RNBQKBNR w KQkq - 0 1", WHITE,
-     -300, 300, true, 700},
+    {"behind with a pawn on the seventh", "rnbqkbnr/1pppppPp/8/8/8/8/PPPPPP1P/RNB1KBNR w KQkq - 0 1", WHITE, -300, 300,
+     true, -600},
+    {"behind with a pawn on the sixth", "rnbqkbnr/1ppppp1p/6P1/8/8/8/PPPPPP1P/RNB1KBNR w KQkq - 0 1", WHITE, -300, 300,
+     true, -650},
+    {"the pawn on the seventh brings it back inside", "rnbqkbnr/1ppppPpp/8/8/8/8/PPPPP1PP/RNB1KBNR w KQkq - 0 1", WHITE,
+     -650, 300, false, 0},
+    {"ahead, the enemy's pawn on its seventh", "rnb1kbnr/ppppppp1/8/8/8/8/PPPPPPpP/RNBQKBNR w KQkq - 0 1", WHITE, -300,
+     300, true, 700},
     {"a lone rook ahead of nothing is not judged by material", "4k3/8/8/8/8/8/8/R3K3 w Q - 0 1", WHITE, -300, 300,
      false, 0},
     {"nor a minor with two pawns", "4k3/8/8/8/8/8/PP6/4KB2 w - - 0 1", WHITE, -300, 300, false, 0},
@@ -129,7 +131,10 @@ TEST_F(EvaluationDriver, SidesToMoveDifferByTheBonusOnly) {
 }
 
 TEST_F(EvaluationDriver, DrawsByRule) {
-    struct { const char* why; const char* fen; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+    } const cases[] = {
         {"bare kings", "4k3/8/8/8/8/8/8/4K3 w - - 0 1"},
         {"knight against bishop", "4kb2/8/8/8/8/8/8/4K1N1 w - - 0 1"},
         {"two knights against a king", "4k3/8/8/8/8/8/8/1N2K1N1 w - - 0 1"},

@@ -53,10 +53,9 @@ const Pair pairs[] = {
      "4k1n1/pp4pp/8/8/3P4/8/PP4PP/4K1N1 w - - 0 1"},
     {"a passed pawn not blockaded", "4k3/pp1n2pp/8/3P4/8/8/PP4PP/4K1N1 w - - 0 1",
      "4k3/pp4pp/3n4/3P4/8/8/PP4PP/4K1N1 w - - 0 1"},
-    {"a rook behind its passed pawn", "4r1k1/6pp/8/3P4/8/8/6PP/3R2K1 w - - 0 1",
-     "4r1k1/6pp/8/3P4/8/8/6PP/5RK1 w - - 0 1"},
-    {"connected passed pawns", "4k1n1/6pp/8/2PP4/8/8/6PP/4K1N1 w - - 0 1",
-     "4k1n1/6pp/8/P2P4/8/8/6PP/4K1N1 w - - 0 1"},
+    {"a rook behind its passed pawn, not before it", "4r1k1/6pp/8/3P4/8/8/6PP/3R2K1 w - - 0 1",
+     "4r1k1/6pp/3R4/3P4/8/8/6PP/6K1 w - - 0 1"},
+    {"connected passed pawns", "4k1n1/6pp/8/2PP4/8/8/6PP/4K1N1 w - - 0 1", "4k1n1/6pp/8/P2P4/8/8/6PP/4K1N1 w - - 0 1"},
     {"a passed pawn the king cannot catch", "8/5k1p/8/P7/8/8/7P/6K1 w - - 0 1", "8/2k4p/8/P7/8/8/7P/6K1 w - - 0 1"},
     {"the first to promote", "8/7k/8/P7/7p/8/8/K7 w - - 0 1", "8/7k/8/8/P6p/8/8/K7 b - - 0 1"},
     {"a backward pawn on a half-open file", "r3k1n1/pp3ppp/8/3p4/8/2PP4/PP3PPP/R3K1N1 w - - 0 1",
@@ -88,7 +87,11 @@ TEST(Judgement, TheBetterPositionScoresHigher) {
 
 // The signs of clearly decided positions, with margins far below what is at stake.
 TEST(Judgement, DecidedPositions) {
-    struct { const char* why; const char* fen; int at_least; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        int at_least;
+    } const cases[] = {
         {"a rook up", "r3k3/ppp2ppp/8/8/8/8/PPP2PPP/R3K2R w - - 0 1", 400},
         {"queen against rook", "3rk3/8/8/8/8/8/8/3QK3 w - - 0 1", 250},
         {"two bishops against a king", "4k3/8/8/8/8/8/8/2B1KB2 w - - 0 1", 800},

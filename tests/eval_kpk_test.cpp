@@ -10,9 +10,7 @@
 
 namespace {
 
-int Steps(Square a, Square b) {
-    return std::max(std::abs(FileOf(a) - FileOf(b)), std::abs(RankOf(a) - RankOf(b)));
-}
+int Steps(Square a, Square b) { return std::max(std::abs(FileOf(a) - FileOf(b)), std::abs(RankOf(a) - RankOf(b))); }
 bool PawnHits(Square pawn, Square s) {
     return RankOf(s) == RankOf(pawn) + 1 && std::abs(FileOf(s) - FileOf(pawn)) == 1;
 }
@@ -94,7 +92,8 @@ TEST(Kpk, EqualsThePlainSolver) {
             for (Square b = 0; b < 64; ++b)
                 for (int side = 0; side < 2; ++side) {
                     const bool won = solver.Won(w, b, pawn, side);
-                    ASSERT_EQ(KpkWon(WHITE, w, b, pawn, Colour(side)), won) << w << " " << b << " " << pawn << " " << side;
+                    ASSERT_EQ(KpkWon(WHITE, w, b, pawn, Colour(side)), won)
+                        << w << " " << b << " " << pawn << " " << side;
                     // The black pawn's positions, colours and ranks swapped.
                     ASSERT_EQ(KpkWon(BLACK, w ^ 56, b ^ 56, pawn ^ 56, Colour(side ^ 1)), won)
                         << w << " " << b << " " << pawn << " " << side;
@@ -125,10 +124,8 @@ TEST(Kpk, KnownPositions) {
     for (const KnownPosition& c : known_positions) {
         SCOPED_TRACE(c.why);
         const int score = WhiteScore(c.fen);
-        if (c.result == 0)
-            EXPECT_EQ(score, 0);
-        else
-            EXPECT_GT(score * c.result, 500);
+        if (c.result == 0) EXPECT_EQ(score, 0);
+        else EXPECT_GT(score * c.result, 500);
     }
     ResetEngine();
 }

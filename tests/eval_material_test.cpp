@@ -93,8 +93,8 @@ const ImbalanceCase imbalance_cases[] = {
     {"no pawns, no such bonus", "2bqk3/8/8/8/8/8/8/3QK1N1 w - - 0 1", 0},
     {"Black's knight counts for both", "3qk1n1/pppp4/8/8/8/8/PPPP4/2BQK3 w - - 0 1", -15},
     {"rook and bishop beat rook and knight", "r3k1n1/pppp4/8/8/8/8/PPPP4/R1B1K3 w - - 0 1", 15},
-    {"a queen for rook and minor: one major unit and a minor apart",
-     "r1b1k3/pppp4/8/8/8/8/PPPP4/3QK3 w - - 0 1", 100 + 30 + 30 - 1},
+    {"a queen for rook and minor: one major unit and a minor apart", "r1b1k3/pppp4/8/8/8/8/PPPP4/3QK3 w - - 0 1",
+     100 + 30 + 30 - 1},
 };
 
 TEST_F(Material, ImbalanceByHandAndMirrored) {
@@ -111,7 +111,11 @@ TEST_F(Material, ImbalanceByHandAndMirrored) {
 }
 
 TEST_F(Material, WhatHasNoSignatureTakesTheDirectPath) {
-    struct { const char* why; const char* fen; bool indexed; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        bool indexed;
+    } const cases[] = {
         {"ordinary", StartFen, true},
         {"three queens", "QQQ1k3/8/8/8/8/8/8/4K3 w - - 0 1", false},
         {"nine pawns carry into Black's pawn count", "4k3/P7/8/8/8/8/PPPPPPPP/4K3 w - - 0 1", false},
@@ -132,7 +136,11 @@ TEST_F(Material, WhatHasNoSignatureTakesTheDirectPath) {
 }
 
 TEST_F(Material, CannotWin) {
-    struct { const char* why; const char* fen; bool white; } const cases[] = {
+    struct {
+        const char* why;
+        const char* fen;
+        bool white;
+    } const cases[] = {
         {"bare king", "4k3/8/8/8/8/8/8/4K3 w - - 0 1", true},
         {"knight", "4k3/8/8/8/8/8/8/4K1N1 w - - 0 1", true},
         {"bishop", "4k3/8/8/8/8/8/8/4KB2 w - - 0 1", true},

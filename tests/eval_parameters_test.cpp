@@ -69,11 +69,19 @@ TEST_F(Parameters, NamedListIsCompleteAndDistinct) {
 
 TEST_F(Parameters, NamesPointToTheirDefaults) {
     const std::map<std::string, int> published = {
-        {"knight_opening_ah[7]", -76}, {"knight_opening_de[5]", 25},  {"knight_endgame_bg[0]", -30},
-        {"king_opening_cf[7]", -42},   {"king_endgame_ah[0]", -76},   {"king_endgame_de[5]", 11},
-        {"chained_pawn_bg[3]", 32},    {"chained_pawn_cf[4]", 49},    {"supported_passed[6]", 73},
-        {"supported_opponent_pieces_coeff[3]", 48},                    {"supported_opponent_pieces_coeff[12]", 2},
-        {"supported_king_hor_coeff[3]", 16},                           {"supported_king_dist_diff_coeff[9]", 16},
+        {"knight_opening_ah[7]", -76},
+        {"knight_opening_de[5]", 25},
+        {"knight_endgame_bg[0]", -30},
+        {"king_opening_cf[7]", -42},
+        {"king_endgame_ah[0]", -76},
+        {"king_endgame_de[5]", 11},
+        {"chained_pawn_bg[3]", 32},
+        {"chained_pawn_cf[4]", 49},
+        {"supported_passed[6]", 73},
+        {"supported_opponent_pieces_coeff[3]", 48},
+        {"supported_opponent_pieces_coeff[12]", 2},
+        {"supported_king_hor_coeff[3]", 16},
+        {"supported_king_dist_diff_coeff[9]", 16},
     };
     size_t found = 0;
     for (int i = 0; i < NamedParameterCount; ++i) {

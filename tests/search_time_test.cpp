@@ -72,6 +72,33 @@ TEST(TimeBudgetTest, HandWorkedCases) {
     }
 }
 
+struct StretchCase {
+    const char* why;
+    int score, reference, phase, target;  // target out of 100
+};
+
+const StretchCase stretch_cases[] = {
+    {"nothing happened", 30, 30, 5, 100},
+    {"a rise of 25 is not yet notable", 55, 30, 5, 100},
+    {"a rise of 26 is", 56, 30, 5, 200},
+    {"a rise from a won position is welcome but no reason to think", 146, 120, 5, 100},
+    {"a rise from the upper end of level", 145, 119, 5, 200},
+    {"a rise from the lower end of level", 17, -9, 5, 200},
+    {"a rise from below it", 16, -10, 5, 100},
+    {"a fall of exactly 20", 10, 30, 5, 100},
+    {"a fall of 21", 9, 30, 5, 250},
+    {"a fall of 60", -30, 30, 5, 250},
+    {"a fall of 61", -31, 30, 5, 700},
+    {"a fall of 61 at the first own move", -31, 30, 0, 400},
+};
+
+TEST(TimeBudgetTest, ScoreChangesStretchTheTarget) {
+    for (const StretchCase& c : stretch_cases) {
+        SCOPED_TRACE(c.why);
+        EXPECT_EQ(AdjustTarget(100, c.score, c.reference, c.phase), c.target);
+    }
+}
+
 // Whatever a front end sends, the budget never exceeds half of the clock.
 TEST(TimeBudgetTest, NeverMoreThanHalfTheClock) {
     for (const bool uci : {false, true})

@@ -1,8 +1,6 @@
 // signature.cpp - see signature.h.
 #include "tools/common/signature.h"
 
-#include <cstdlib>
-
 #include "board/attacks.h"
 #include "board/ordering_data.h"
 #include "board/position.h"
@@ -43,15 +41,16 @@ const char* const signature_fens[SignaturePositions] = {
     "r2qnrnk/p2b2b1/1p1p2pp/2pPpp2/1PP1P3/PRNBB3/3QNPPP/5RK1 w - - 0 1",
 };
 
+// Static, since a test may detach it and nobody would be left to free it.
+alignas(64) static unsigned char key_differences[KeyDifferenceBytes];
+
 bool InitialiseEngine() {
     SetDefaults();
     DrawZobristKeys();
     InitialiseAttacks();
     InitialiseEvaluation();
     ClearOrderingData();
-    void* key_differences = std::calloc(1, KeyDifferenceBytes);
-    if (key_differences == nullptr || !AllocateTable(TranspositionSize) || !AllocatePawnHash(PawnHashSize)
-        || !AllocateEvalCache(EvalCacheSize))
+    if (!AllocateTable(TranspositionSize) || !AllocatePawnHash(PawnHashSize) || !AllocateEvalCache(EvalCacheSize))
         return false;
     AttachKeyDifferences(key_differences);
     FillKeyDifferences();
