@@ -17,6 +17,7 @@
 #include <cstring>
 
 #include "board/attacks.h"
+#include "board/memory.h"
 #include "board/settings.h"
 #include "eval/endings.h"
 #include "eval/eval_info.h"
@@ -48,6 +49,8 @@ static_assert(sizeof(CacheEntry) == EvalCacheEntryBytes);
 static_assert(sizeof(PawnRecord) == PawnHashEntryBytes);
 
 CacheEntry* eval_cache;
+constexpr size_t SpareEntries = 2;
+size_t CacheBytes(uint32_t entries) { return (size_t(entries) + SpareEntries) * sizeof(CacheEntry); }
 SlotDivisor cache_slots;
 constexpr uint32_t MaskedEntries = 524288;  // the size whose slots are the low bits of the key
 
@@ -372,10 +375,9 @@ void InitialiseEvaluation() {
 }
 
 bool AllocateEvalCache(uint32_t entries) {
-    std::free(eval_cache);
-    // Zeroed lazily by the system: pages nobody touches cost nothing. A zero entry matches
-    // only key 0, which no position has.
-    eval_cache = entries ? static_cast<CacheEntry*>(std::calloc(entries, sizeof(CacheEntry))) : nullptr;
+    FreeZeroed(eval_cache, CacheBytes(cache_slots.count));
+    // A zero entry matches only key 0, which no position has.
+    eval_cache = entries ? static_cast<CacheEntry*>(AllocateZeroed(CacheBytes(entries))) : nullptr;
     cache_slots.Set(eval_cache ? entries : 0);
     return eval_cache || entries == 0;
 }

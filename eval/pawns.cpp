@@ -9,15 +9,17 @@
 #include "eval/pawns.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
+#include "board/memory.h"
 #include "eval/evaluate.h"
 #include "eval/slot_index.h"
 
 namespace {
 
 PawnRecord* pawn_hash;
+constexpr size_t SpareEntries = 2;
+size_t HashBytes(uint32_t entries) { return (size_t(entries) + SpareEntries) * sizeof(PawnRecord); }
 SlotDivisor pawn_slots;
 
 // The size whose slots are the low bits of the key.
@@ -175,14 +177,14 @@ bool AllocatePawnHash(uint32_t entries) {
     FreePawnHash();
     thread_eval_info.pawn_valid = false;
     if (entries == 0) return true;
-    pawn_hash = static_cast<PawnRecord*>(std::calloc(entries, sizeof(PawnRecord)));
+    pawn_hash = static_cast<PawnRecord*>(AllocateZeroed(HashBytes(entries)));
     if (!pawn_hash) return false;
     pawn_slots.Set(entries);
     return true;
 }
 
 void FreePawnHash() {
-    std::free(pawn_hash);
+    FreeZeroed(pawn_hash, HashBytes(pawn_slots.count));
     pawn_hash = nullptr;
     pawn_slots.Set(0);
 }

@@ -195,7 +195,6 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
     // Makes the move and searches it; true when it fails high or the search was stopped.
     int cut_value = 0;
     const auto try_move = [&](Move m, bool gives_check, int child_depth) {
-        PrefetchChild(m);
         MakeMove(m);
         record.gives_check = gives_check;
         ply_records[ply + 1].in_check = gives_check;
@@ -239,6 +238,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         MovePicker picker;
         picker.StartInCheck(hash_move, stack_start);
         while (const Move m = picker.Next()) {
+            PrefetchChild(m);
             const int child_depth = m == hash_move ? hash_depth : depth - ONE_PLY;
             if (try_move(m, GivesCheck(m, checks), child_depth)) return leave(cut_value);
         }
@@ -250,6 +250,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
             if (!IsPseudoLegal(hash_move) || !IsLegal(hash_move, pinned)) hash_move = 0;
         }
         if (hash_move != 0) {
+            PrefetchChild(hash_move);
             const bool gives_check = GivesCheck(hash_move, checks);
             if (IsQuiet(hash_move) && !(try_checks && gives_check)) hash_move = 0;
             else {
@@ -277,6 +278,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
             // Of the quiet promotions only queens; the others are for the main search.
             const PieceType promotion = MovePromotion(m);
             if (promotion != EMPTY && promotion != QUEEN && MoveCaptured(m) == EMPTY) continue;
+            PrefetchChild(m);
             const bool gives_check = GivesCheck(m, checks);
             if (!pv && !gives_check) {
                 if (promotion != EMPTY && promotion != QUEEN) continue;
@@ -300,6 +302,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
                 SelectBest(i, last);
                 const Move m = move_stack[i].move;
                 if (m == hash_move || !IsLegal(m, pinned)) continue;
+                PrefetchChild(m);
                 if (try_move(m, true, depth - ONE_PLY)) return leave(cut_value);
             }
         }

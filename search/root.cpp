@@ -109,8 +109,7 @@ void OrderRootMoves() {
         RootMove& root = root_moves[i];
         root.score = -OpenWindow;
         if (stop_flag) continue;
-        if (poll_countdown < 0) PeriodicCheck();
-        const int score = stop_flag ? 0 : SearchRootMove(root, -OpenWindow, OpenWindow, 0, PvNode);
+        const int score = SearchRootMove(root, -OpenWindow, OpenWindow, 0, PvNode);
         if (stop_flag) continue;
         root.score = score;
         KeepLine(root);
@@ -469,14 +468,15 @@ SearchResult think(bool use_book) {
     const int max_depth = search_limits.MaxDepth;
     PrepareRootRecord();
     const bool obvious = root_move_count == 1 && IsTimedPlay();
-    if (!obvious) OrderRootMoves();
+    OrderRootMoves();
     if (!obvious && max_depth >= 2 && !stop_flag) {
         result.depth = single_line ? IterateSingleLine(max_depth) : IterateMultiPV(max_depth);
         result.searched = true;
     }
     result.best = root_moves[0].move;
-    result.score = root_moves[0].score;
-    if (result.searched) ReportProgress(std::max(result.depth, 1), result.score, Bound::None, true);
+    result.score = std::max(root_moves[0].score, -MATE);  // stopped before the first guess
+    // Front ends want one line with a score for every move, searched or not.
+    ReportProgress(result.depth, result.score, Bound::None, true);
 
     Move line[MaxPly + 2];
     const int length = RootLine(0, line, 3);

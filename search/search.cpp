@@ -344,6 +344,7 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
         const bool quiet = IsQuiet(m);
         if (!in_check && !IsLegal(m, pinned)) continue;
 
+        PrefetchChild(m);
         const bool gives_check = GivesCheck(m, checks);
         int flags;
         context.alpha = alpha;
@@ -381,7 +382,6 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
             }
         }
 
-        PrefetchChild(m);
         MakeMove(m);
         ++searched;
         record.flags = uint8_t(flags);

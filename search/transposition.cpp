@@ -2,9 +2,9 @@
 #include "search/transposition.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
+#include "board/memory.h"
 #include "board/ordering_data.h"
 #include "board/position.h"
 
@@ -20,6 +20,8 @@ constexpr uint32_t DefaultEntries = 524288;
 TableEntry* table;
 uint32_t table_entries;
 uint64_t table_reciprocal;  // 2^64 / table_entries, rounded up: makes `mod` two multiplications
+
+size_t TableBytes(uint32_t entries) { return (size_t(entries) + SpareEntries) * sizeof(TableEntry); }
 
 uint32_t BucketIndex(uint32_t x) {
     if (table_entries == DefaultEntries) return x & (DefaultEntries - 1);
@@ -83,8 +85,7 @@ void CutOff(TableProbe& probe, int value) {
 
 bool AllocateTable(uint32_t entries) {
     FreeTable();
-    // calloc hands out pages that cost nothing until they are touched.
-    table = static_cast<TableEntry*>(std::calloc(size_t(entries) + SpareEntries, sizeof(TableEntry)));
+    table = static_cast<TableEntry*>(AllocateZeroed(TableBytes(entries)));
     if (table == nullptr) return false;
     table_entries = entries;
     table_reciprocal = entries > 0 ? UINT64_MAX / entries + 1 : 0;
@@ -93,14 +94,14 @@ bool AllocateTable(uint32_t entries) {
 }
 
 void FreeTable() {
-    std::free(table);
+    FreeZeroed(table, TableBytes(table_entries));
     table = nullptr;
     table_entries = 0;
 }
 
 void ClearTable() {
     if (table != nullptr)
-        std::memset(static_cast<void*>(table), 0, (size_t(table_entries) + SpareEntries) * sizeof(TableEntry));
+        std::memset(static_cast<void*>(table), 0, TableBytes(table_entries));
     table_generation = 0;
 }
 
