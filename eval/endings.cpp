@@ -217,7 +217,7 @@ template <Colour Owner> int OnePawnScaled(int score) {
     constexpr Colour Defender = ChangeSide(Owner);
     const Position& p = thread_board;
     const int lead = p.NonPawnMaterial[Owner] - p.NonPawnMaterial[Defender];
-    if (lead <= 3 && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
+    if (lead >= -3 && lead <= 3 && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
     if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1
         && p.PieceCount[ROOK][BLACK] == 1) {
         const Square pawn = LowestSquare(p.pieces[PAWN][Owner]), king = p.king_square[Defender];
@@ -264,7 +264,9 @@ template <Colour Leader> int LeaderScaled(int score, int& spread) {
 
     if (pawns == 3) {
         info.SymmetryValid = 0;
-        if (!info.pawn.passed_white && !info.pawn.passed_black) score = ThreePawnsScaled(score);
+        // With more than a minor piece ahead the pieces win without the pawns' help.
+        if (!info.pawn.passed_white && !info.pawn.passed_black && own_units - other_units <= 3)
+            score = ThreePawnsScaled(score);
     } else if (pawns == 1) {
         info.SymmetryValid = 0;
         score = own_pawns ? OnePawnScaled<Leader>(score) : OnePawnScaled<Other>(score);

@@ -89,7 +89,7 @@ int FiftyMoveFactor() { return 256 - 2 * std::max(0, thread_board.fifty - 8); }
 int FiftyMoveScaled(int score) {
     const int factor = FiftyMoveFactor();
     EvalSpread = EvalSpread * factor / 256;
-    return score * factor / 256;
+    return std::clamp(score * factor / 256, -ScoreLimit, ScoreLimit);
 }
 
 bool EnoughToBeLazy(Colour ahead) {

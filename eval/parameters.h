@@ -13,7 +13,7 @@
 #include <array>
 #include <cstdint>
 
-// Sixteen files-and-ranks tables share one shape: [phase][file pair][rank], file pairs
+// The tables of knight, king, pawn and bishop share one shape: [phase][file pair][rank], file pairs
 // a/h, b/g, c/f, d/e, ranks counted from the owner's first.
 using FilePairTables = int[2][4][8];
 

@@ -11,7 +11,6 @@
 #include "board/notation.h"
 #include "board/settings.h"
 #include "search/limits.h"
-#include "search/root.h"
 #include "search/root_lines.h"
 #include "search/search_state.h"
 #include "search/time_control.h"

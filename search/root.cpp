@@ -4,7 +4,7 @@
 // ply of bonus is meant), 4 more for checks; users see k + 1. An iteration that the stop
 // flag interrupts is dropped, but a move that has already failed high in it stays the best.
 //
-// State: root_moves (search_state.h) and the principal line of each.
+// State: root_moves (search_state.h).
 #include "search/root.h"
 
 #include <algorithm>
@@ -41,19 +41,6 @@ constexpr int HistoryResetTarget = 71;  // centiseconds: faster searches forget 
 constexpr int KillerShiftPlies = 192;
 constexpr int64_t QuietNodes = 30000;      // no forced fail-high or fail-low lines before
 constexpr int64_t CurrentMoveDelay = 100;  // centiseconds before "currmove" lines begin
-
-struct Line {
-    int length;
-    Move moves[MaxPly + 2];
-};
-Line lines[MaxRootMoves];
-
-void KeepLine(RootMove& root) {
-    Line& line = lines[root.line];
-    line.moves[0] = root.move;
-    line.length = 1 + pv_length[1];
-    std::memcpy(line.moves + 1, pv_table[1], size_t(pv_length[1]) * sizeof(Move));
-}
 
 // Searches one root move with a window given from the root side's view.
 int SearchRootMove(RootMove& root, int alpha, int beta, int depth, int node_type) {
@@ -404,24 +391,11 @@ int GenerateRootMoves() {
     move_count = start;
     for (int i = 1; i < root_move_count; ++i)
         if (root_moves[i].move == last_best_move) MoveUp(i, 0);
-    for (int i = 0; i < root_move_count; ++i) lines[root_moves[i].line].length = 0;
+    ForgetLines();
     root_move_index = 0;
     current_root_move = root_moves[0].move;
     return root_move_count;
 }
-
-int RootLine(int index, Move* line, int limit) {
-    if (root_move_count == 0) return 0;
-    const Line& kept = lines[root_moves[index].line];
-    int length = kept.length;
-    std::memcpy(line, kept.moves, size_t(length) * sizeof(Move));
-    if (length == 0) line[length++] = root_moves[index].move;
-    // The search is deep in the tree when the periodic check reports; the line belongs to the root.
-    if (history_count != root_history_count) return length;
-    return LengthenFromTable(line, length, std::max(std::min(limit, MaxPly), length));
-}
-
-int PrincipalVariation(Move* line, int limit) { return RootLine(0, line, limit); }
 
 SearchResult think(bool use_book) {
     SearchResult result = SearchResult{};

@@ -22,8 +22,5 @@ int GenerateRootMoves();
 // Updates last_best_move, reference_score and move_phase unless output_suppressed is set.
 SearchResult think(bool use_book);
 
-// The principal variation of the best line, at most `limit` moves; returns how many.
-int PrincipalVariation(Move* line, int limit);
-
 // Tables, killers, history and counters as at program start ("clean").
 void ClearSearch();

@@ -100,8 +100,7 @@ void FreeTable() {
 }
 
 void ClearTable() {
-    if (table != nullptr)
-        std::memset(static_cast<void*>(table), 0, TableBytes(table_entries));
+    if (table != nullptr) std::memset(static_cast<void*>(table), 0, TableBytes(table_entries));
     table_generation = 0;
 }
 

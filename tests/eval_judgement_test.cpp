@@ -71,8 +71,6 @@ const Pair pairs[] = {
      "8/8/8/8/2p5/8/3k4/K6Q w - - 0 1", "7K/8/8/8/8/8/1kp5/7Q w - - 0 1"},
     {"a pawn more, not with opposite bishops alone", "8/5pk1/4b1p1/8/8/3BP1P1/5PK1/8 w - - 0 1",
      "8/5pk1/4b1p1/8/3B4/4P1P1/5PK1/8 w - - 0 1"},
-    {"three pawns on one wing are fewer chances", "4k1n1/p6p/8/8/8/8/8/4K1N1 b - - 0 1",
-     "4k1n1/p6p/8/8/8/8/8/4K3 b - - 0 1"},
 };
 
 TEST(Judgement, TheBetterPositionScoresHigher) {
@@ -96,7 +94,9 @@ TEST(Judgement, DecidedPositions) {
         {"queen against rook", "3rk3/8/8/8/8/8/8/3QK3 w - - 0 1", 250},
         {"two bishops against a king", "4k3/8/8/8/8/8/8/2B1KB2 w - - 0 1", 800},
         {"rook against a far pawn", "8/8/8/k7/7p/6K1/8/R7 w - - 0 1", 300},
-        {"an unstoppable pawn", "8/8/p7/P5k1/7P/8/6K1/8 w - - 0 1", -2000},
+        {"an unstoppable pawn", "8/8/8/P7/7k/8/8/K7 w - - 0 1", 300},
+        {"a queen, and the king before the last pawn", "8/7k/8/8/4p3/8/4K3/Q7 w - - 0 1", 800},
+        {"a rook, and three pawns left on one wing", "6k1/6p1/8/8/8/8/6PP/R5K1 w - - 0 1", 500},
         {"two passed pawns against none", "6k1/8/8/8/PP6/8/8/6K1 w - - 0 1", 300},
     };
     for (const auto& c : cases) EXPECT_GT(WhiteScore(c.fen), c.at_least) << c.why;

@@ -15,6 +15,7 @@
 #include "search/limits.h"
 #include "search/principal_variation.h"
 #include "search/root.h"
+#include "search/root_lines.h"
 #include "search/search_state.h"
 #include "search/time_control.h"
 #include "tests/support/board_helpers.h"

@@ -1,0 +1,154 @@
+// search_node_test.cpp - single nodes: what they return at once, and the order of moves.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "board/attacks.h"
+#include "board/make_move.h"
+#include "board/notation.h"
+#include "board/ordering_data.h"
+#include "board/settings.h"
+#include "eval/evaluate.h"
+#include "search/root.h"
+#include "search/search.h"
+#include "search/search_state.h"
+#include "search/staging.h"
+#include "search/transposition.h"
+#include "tests/support/board_helpers.h"
+#include "tests/support/engine_environment.h"
+
+namespace {
+
+struct SearchNodeTest : ::testing::Test {
+    void SetUp() override {
+        ResetEngine();
+        ClearSearch();
+        iteration_depth = 8;
+        root_side = WHITE;
+        poll_countdown = 1 << 30;
+        stop_flag = false;
+    }
+    void TearDown() override {
+        current_ply = 0;
+        iteration_depth = 0;
+    }
+};
+
+// Sets the position up as if `ply` plies below the root.
+void EnterNode(const char* fen, int ply) {
+    SetFen(fen);
+    current_ply = ply;
+    ply_records[ply] = ply_records[ply - 1] = PlyRecord{};
+    ply_records[ply].in_check = InCheck(SideToMove());
+}
+
+struct ReturnCase {
+    const char* why;
+    const char* fen;
+    int ply, fifty, alpha, beta, expected;
+};
+
+const ReturnCase return_cases[] = {
+    {"mated at ply 3", "R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", 3, 0, -MATE, MATE, 3 - MATE},
+    {"stalemate", "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 3, 0, -500, 500, 0},
+    {"a clock of 100 draws, mated or not", "R5k1/5ppp/8/8/8/8/8/6K1 b - - 0 1", 3, 100, -MATE, MATE, 0},
+    {"two bare kings", "8/8/4k3/8/8/4K3/8/8 w - - 0 1", 3, 0, -500, 500, 0},
+    {"no line from ply 9 is a shorter mate than this alpha", "6k1/8/8/8/8/8/8/R5K1 w - - 0 1", 9, 0, 32691, 32692,
+     32691},
+};
+
+TEST_F(SearchNodeTest, ReturnsAtOnce) {
+    for (const ReturnCase& c : return_cases) {
+        SCOPED_TRACE(c.why);
+        EnterNode(c.fen, c.ply);
+        thread_board.fifty = c.fifty;
+        EXPECT_EQ(search(c.alpha, c.beta, 3 * ONE_PLY, true, c.beta - c.alpha > 1 ? PvNode : CutNode), c.expected);
+    }
+}
+
+// One king move would repeat the position of three plies ago: White, a queen down, has a draw.
+TEST_F(SearchNodeTest, AnUpcomingRepetitionIsADraw) {
+    SetFen("6k1/8/8/8/8/8/q7/4K3 w - - 0 1");
+    ASSERT_TRUE(PlayMoves("e1d1 g8f8 d1e1 f8g8 e1d1"));
+    current_ply = 1;
+    ply_records[1] = ply_records[0] = PlyRecord{};
+    EXPECT_EQ(search(-1, 0, 2 * ONE_PLY, true, CutNode), 0);
+    EXPECT_EQ(quiesce(-1, 0, 0, CutNode), 0);
+}
+
+// Black has no capture and no check, and is so far behind that every quiet move is skipped:
+// that is no stalemate.
+TEST_F(SearchNodeTest, SkippedMovesAreNoStalemate) {
+    EnterNode("6k1/5ppp/8/8/8/8/5PPP/1QQ3K1 b - - 0 1", 1);
+    root_side = BLACK;
+    SetEvaluationRoot(BLACK);
+    EXPECT_LT(search(-300, -299, ONE_PLY, false, CutNode), -250);
+}
+
+// Without the null move: a pawn ending in zugzwang. White to move must give way.
+TEST_F(SearchNodeTest, PawnEndingsAreNotPassed) {
+    EnterNode("8/8/8/3pk3/3p4/3K4/3P4/8 w - - 0 1", 1);
+    const int units = thread_board.NonPawnMaterial[WHITE];
+    ASSERT_EQ(units, 0);
+    const int quietly = search(-MATE, MATE, 4 * ONE_PLY, true, PvNode);
+    ClearSearch();
+    iteration_depth = 8;
+    EnterNode("8/8/8/3pk3/3p4/3K4/3P4/8 w - - 0 1", 1);
+    EXPECT_EQ(search(quietly - 1, quietly, 4 * ONE_PLY, true, CutNode) >= quietly, true);
+}
+
+struct OrderCase {
+    const char* why;
+    const char* fen;
+    const char* hash;
+    const char* killer;
+    int ply;
+    const char* beginning;  // the first moves handed out
+    const char* last;       // and the last one, "" when it does not matter
+};
+
+const OrderCase order_cases[] = {
+    {"good captures, then quiets; the losing capture last", "4k3/2p5/1p1q4/4P3/8/8/2R5/4K3 w - - 0 1", "", "", 2,
+     "e5d6", "c2c7"},
+    {"hash move first and only once", "4k3/8/3q4/2P1P3/8/8/8/4K3 w - - 0 1", "e1e2", "", 2, "e1e2 c5d6 e5d6", ""},
+    {"killer before the other quiets", "4k3/8/3q4/2P5/8/8/8/4K3 w - - 0 1", "", "e1e2", 2, "c5d6 e1e2", ""},
+    {"a killer equal to the hash move comes once", "4k3/8/8/8/8/8/8/4K3 w - - 0 1", "e1e2", "e1e2", 2, "e1e2", ""},
+    {"an impossible killer is left out", "4k3/8/8/8/8/8/8/4K3 w - - 0 1", "", "g1f3", 2, "e1", ""},
+    {"near the root all promotions", "8/P6k/8/8/8/8/8/K7 w - - 0 1", "", "", 2, "a7a8q a7a8r a7a8n a7a8b", ""},
+    {"deeper only the queen", "8/P6k/8/8/8/8/8/K7 w - - 0 1", "", "", 7, "a7a8q a1", ""},
+    {"deeper also a knight that checks", "8/P7/1k6/8/8/8/8/K7 w - - 0 1", "", "", 7, "a7a8q a7a8n a1", ""},
+};
+
+TEST_F(SearchNodeTest, HandsMovesOutInOrder) {
+    for (const OrderCase& c : order_cases) {
+        SCOPED_TRACE(c.why);
+        EnterNode(c.fen, c.ply);
+        const Move killer = *c.killer
+            ? PackMove((c.killer[1] - '1') * 8 + c.killer[0] - 'a', (c.killer[3] - '1') * 8 + c.killer[2] - 'a',
+                       c.killer[0] == 'g' ? KNIGHT : KING)
+            : 0;
+        ply_records[c.ply].killers[WHITE][0] = killer;
+        CheckInfo checks;
+        ComputeCheckInfo(checks);
+        MovePicker picker;
+        picker.StartQuietly(*c.hash ? ParseCoordinate(c.hash) : 0, thread_board.colour[BLACK], false, checks);
+        const int start = move_count;
+        MoveList moves;
+        while (const Move m = picker.Next()) moves.push_back(m);
+        move_count = start;
+        const std::string text = Text(moves);
+        EXPECT_EQ(text.substr(0, std::string(c.beginning).size()), c.beginning) << text;
+        if (*c.last) {
+            EXPECT_EQ(MoveText(moves.back()), c.last) << text;
+        }
+        MoveList unique = Sorted(moves);
+        EXPECT_EQ(std::adjacent_find(unique.begin(), unique.end()), unique.end()) << "a move came twice: " << text;
+        if (c.ply == 2 && killer == 0) {
+            const Bitboard pinned = PinnedPieces(WHITE);
+            std::erase_if(unique, [&](Move m) { return !IsLegal(m, pinned); });
+            EXPECT_EQ(Text(unique), Text(Sorted(LegalMoveList()))) << "every move once";
+        }
+    }
+}
+
+}  // namespace
