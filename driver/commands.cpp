@@ -162,6 +162,7 @@ void Hard() {
 void Fritz() { FritzMode = 1; }
 void XBoard() {
     UciMode = 0;
+    search_limits.OwnTime = NoClock;  // "go infinite" is a matter of UCI
     search_limits.MaxNodes = 0;
     search_limits.MaxDepth = NoDepthLimit;
     search_limits.MovesPerPeriod = search_limits.MovesToGo = 0;

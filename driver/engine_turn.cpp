@@ -67,7 +67,9 @@ SearchResult RunSearch(SearchPurpose purpose) {
     running_search = {};
     running_search.purpose = purpose;
     const bool use_book = purpose == SearchPurpose::Game || purpose == SearchPurpose::Demo;
+    BeginSearchInput();
     const SearchResult result = think(use_book);
+    EndSearchInput();
     running_search.purpose = SearchPurpose::None;
     return result;
 }
@@ -90,7 +92,8 @@ void Learn(const SearchResult& result) {
         QueueLearned(result.depth * ONE_PLY, result.score);
 }
 
-// Prints and makes the move.
+// Makes and prints the move. The caller flushes, when it has added what the move led to: a
+// front end that starts the next game at once would take a late result line for an answer.
 void Answer(const SearchResult& result) {
     if (result.from_book && PostMode && !UciMode)
         Print("%d %d %d %" PRId64 " %s\n", result.depth, result.score, int(NowCentiseconds() - search_start),
@@ -102,9 +105,8 @@ void Answer(const SearchResult& result) {
         PrintBestMove(result.best, result.ponder);
         return;
     }
-    if (ShouldResign()) PrintLine("resign");
+    if (ShouldResign()) Print("resign\n");
     Print("move %s\n", MoveText(result.best).c_str());
-    Flush();
 }
 
 enum class TurnEnd { Moved, GameOver, Idle };
@@ -122,7 +124,9 @@ TurnEnd FinishSearch(const SearchResult& result) {
         return TurnEnd::Idle;
     }
     Answer(result);
-    if (UciMode || !check_game_end()) return TurnEnd::Moved;
+    const bool game_over = !UciMode && check_game_end();
+    Flush();
+    if (!game_over) return TurnEnd::Moved;
     StartNewGame();
     return TurnEnd::GameOver;
 }
@@ -222,7 +226,8 @@ void Demo() {
     while (!check_game_end() && !draw_found && !InputWaits()) {
         EngineSide = SideToMove();
         const int moves_before = history_count;
-        if (FinishSearch(RunSearch(SearchPurpose::Demo)) != TurnEnd::Moved || draw_found) break;
+        if (FinishSearch(RunSearch(SearchPurpose::Demo)) != TurnEnd::Moved || draw_found || running_search.stopped)
+            break;
         if (history_count == moves_before) break;  // the history is full
     }
     PonderSwitch = saved_switch;

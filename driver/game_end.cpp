@@ -22,7 +22,7 @@ namespace {
 
 void Announce(const char* line, int result) {
     LearnFinishedGame(result);
-    if (!UciMode) PrintLine(line);
+    if (!UciMode) Print("%s\n", line);
 }
 
 void AnnounceDraw(const char* line) {
@@ -51,9 +51,9 @@ void LearnFinishedGame(int result) {
     MakeMove(last);
 }
 
-int check_game_end() {
+static int FindGameEnd() {
     draw_found = false;
-    // Two tests, not one: two bare kings are announced twice, and front ends know it so.
+    // Two tests, not one: two bare kings are announced twice.
     if (CannotMate(WHITE)) AnnounceDraw("1/2-1/2 {Draw by insufficient material}");
     if (CannotMate(BLACK)) AnnounceDraw("1/2-1/2 {Draw by insufficient material}");
 
@@ -77,4 +77,10 @@ int check_game_end() {
                  loser == EngineSide ? ResultLost : ResultWon);
     game_over_flag = true;
     return 1;
+}
+
+int check_game_end() {
+    const int over = FindGameEnd();
+    if (over || draw_found) Flush();
+    return over;
 }

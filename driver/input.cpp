@@ -32,6 +32,7 @@ bool long_overflow;
 
 char held[HeldSize];  // lines, each ended by a newline
 int held_length;
+int held_seen;  // bytes of lines that need not be looked at: the running search has, or none runs
 
 int end_pause_ms;  // length of the last rest at the end of input
 
@@ -67,13 +68,16 @@ void ActOnSignal() {
     if (TakeSignal() != Signal::None) exit_hook(0);
 }
 
-bool TakeHeldLine() {
-    const char* end = static_cast<const char*>(std::memchr(held, '\n', size_t(held_length)));
+// Takes the held line that begins at this place.
+bool TakeHeldLine(int place) {
+    char* const start = held + place;
+    const char* end = static_cast<const char*>(std::memchr(start, '\n', size_t(held_length - place)));
     if (end == nullptr) return false;
-    const int length = int(end - held);
-    std::memcpy(command_line, held, size_t(length));
+    const int length = int(end - start);
+    std::memcpy(command_line, start, size_t(length));
     held_length -= length + 1;
-    std::memmove(held, end + 1, size_t(held_length));
+    std::memmove(start, end + 1, size_t(held_length - place));
+    if (place < held_seen) held_seen -= length + 1;
     FinishCommandLine(length);
     return true;
 }
@@ -134,15 +138,23 @@ bool LinesHeld() { return held_length > 0; }
 bool HoldCommandLine() {
     const int length = int(std::strlen(command_line));
     if (held_length + length + 1 > HeldSize) return false;
-    std::memcpy(held + held_length, command_line, size_t(length));
+    char* const start = held + held_seen;
+    std::memmove(start + length + 1, start, size_t(held_length - held_seen));
+    std::memcpy(start, command_line, size_t(length));
     // Kept as they came, so that the line is the same when it is taken again.
-    std::memset(held + held_length + length - command_line_returns, '\r', size_t(command_line_returns));
-    held_length += length;
-    held[held_length++] = '\n';
+    std::memset(start + length - command_line_returns, '\r', size_t(command_line_returns));
+    start[length] = '\n';
+    held_seen += length + 1;
+    held_length += length + 1;
     return true;
 }
 
-bool NextLine() { return TakeHeldLine() || CutLine(); }
+void BeginSearchInput() { held_seen = 0; }
+void EndSearchInput() { held_seen = held_length; }
+bool UnseenLineHeld() { return held_seen < held_length; }
+bool CutLineForSearch() { return UnseenLineHeld() ? TakeHeldLine(held_seen) : CutLine(); }
+
+bool NextLine() { return TakeHeldLine(0) || CutLine(); }
 
 bool WaitForLine() {
     while (!NextLine()) {

@@ -27,6 +27,13 @@ bool HoldCommandLine();  // false when there is no room for it
 bool RoomToHold();       // true when a line of any length can be held
 bool LinesHeld();
 
+// A search looks at every line once, those first that were held before it began. A line that
+// it holds again keeps its place among them.
+void BeginSearchInput();
+void EndSearchInput();
+bool UnseenLineHeld();
+bool CutLineForSearch();
+
 // The next line to execute, held or buffered, into command_line. Never blocks.
 bool NextLine();
 // The same, waiting for input. False at the end of input, after a short pause.

@@ -2,8 +2,9 @@
 //
 // The board is deep in the tree then, so nothing here looks at it. A line is answered at
 // once, or sets a flag and stops the search, or is held until the search is over. Which of
-// the last two is decided by the kind of search: a search that only input can end gives way
-// to any line, one that ends by itself only to lines that make its result worthless.
+// the last two is decided by the kind of search: analysis and pondering of our own give way to
+// any line. A search that somebody waits for gives way only to lines that make its result
+// worthless; UCI's infinite and ponder searches must not answer before they are told to.
 //
 // State: none of its own; see running_search and prediction.
 #include "driver/search_input.h"
@@ -109,6 +110,8 @@ void OtherLine() {
     if (*SkipSpaces(command_line) == '\0') return;
     const SearchPurpose purpose = running_search.purpose;
     if (command != nullptr && command->new_position) Abandon();
+    // xboard: the game is over, and a move would come too late.
+    else if (!UciMode && purpose == SearchPurpose::Game && IsFirstWord("result", command_line)) Abandon();
     else if (purpose == SearchPurpose::Analysis || purpose == SearchPurpose::Demo) StopAndHold();
     // Once the prediction has come true the search is a normal one.
     else if (purpose == SearchPurpose::Ponder && PonderingNow) StopAndHold();
@@ -176,12 +179,13 @@ void HandleLine() {
 // At the end of input nobody is left to end such a search.
 bool NobodyLeft() { return input_ended && EndsOnlyByInput(); }
 
-int InputForSearch() { return input_available() || NobodyLeft(); }
+int InputForSearch() { return UnseenLineHeld() || input_available() || NobodyLeft(); }
 
 void HandleInput() {
     const Signal signal = TakeSignal();
     if (signal == Signal::Terminate) exit_hook(0);
     if (signal != Signal::None) {
+        if (running_search.purpose == SearchPurpose::Analysis) leave_analysis_request = true;
         StopSearch();
         return;
     }
@@ -190,14 +194,16 @@ void HandleInput() {
         StopSearch();
         return;
     }
-    if (!LineBuffered() && !input_ended && InputReady()) read_input();
+    if (!UnseenLineHeld() && !LineBuffered() && !input_ended && InputReady()) read_input();
     if (NobodyLeft()) StopSearch();
-    if (!LineBuffered()) return;
+    if (!UnseenLineHeld() && !LineBuffered()) return;
     if (running_search.purpose == SearchPurpose::Hint) {
         StopSearch();  // nobody waits for a hint
         return;
     }
-    if (CutLine()) HandleLine();
+    if (CutLineForSearch()) HandleLine();
+    // Lines come in groups (clocks, then the move): the next one need not wait its turn.
+    if ((UnseenLineHeld() || LineBuffered()) && !stop_flag) poll_countdown = 0;
 }
 
 }  // namespace

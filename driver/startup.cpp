@@ -24,6 +24,7 @@
 #include "book/learning_file.h"
 #include "driver/commands.h"
 #include "driver/configuration.h"
+#include "driver/engine_turn.h"
 #include "driver/game_state.h"
 #include "driver/input.h"
 #include "driver/input_platform.h"
@@ -64,6 +65,7 @@ void PrintTablebaseCount() {
         } else if (!read_input()) {
             command_line[0] = '\0';
             execute_line();
+            SettleBoard();  // a result that waited for "stop" is due now
             RestAtEndOfInput();
         }
     }

@@ -23,7 +23,8 @@ protected:
     // Returns after which of its moves it wanted to resign.
     static std::vector<bool> Play(const std::vector<int>& scores, const std::vector<bool>& only_move = {}) {
         const char* const moves[][2] = {{"g1f3", "g8f6"}, {"f3g1", "f6g8"}, {"b1c3", "b8c6"}, {"c3b1", "c6b8"},
-                                        {"e2e4", "e7e5"}, {"g1f3", "g8f6"}, {"f3g1", "f6g8"}, {"d2d3", "d7d6"}};
+                                        {"e2e4", "e7e5"}, {"g1f3", "g8f6"}, {"f3g1", "f6g8"}, {"d2d3", "d7d6"},
+                                        {"a2a3", "a7a6"}, {"b2b3", "b7b6"}, {"g2g3", "g7g6"}, {"h2h3", "h7h6"}};
         std::vector<bool> resigned;
         for (size_t i = 0; i < scores.size(); ++i) {
             RecordForResign(scores[i], i < only_move.size() && only_move[i]);
@@ -79,7 +80,7 @@ TEST_F(Resigning, Settings) {
     ResignTimes = 11;  // more than are remembered: never
     ResetEngine();
     ResignTimes = 11;
-    EXPECT_EQ(Play({-900, -900, -900, -900, -900, -900, -900, -900}), Turns(8, false));
+    EXPECT_EQ(Play({-900, -900, -900, -900, -900, -900, -900, -900, -900, -900, -900, -900}), Turns(12, false));
 }
 
 }  // namespace

@@ -117,6 +117,145 @@ const Dialogue frontend_dialogues[] = {
         > otim 200
         > d2d4
         < move [a-h][78][a-h][1-8])"},
+    {"XBoard 4.9, match: the engine mates, says so once, and plays Black in the next game", R"(
+        > xboard
+        > protover 2
+        - feature.*
+        > new
+        > random
+        > level 0 0:03 0.05
+        > post
+        > hard
+        > force
+        > edit
+        > #
+        > Ra1
+        > Kg6
+        > c
+        > Kg8
+        > .
+        > computer
+        > black
+        > time 300
+        > otim 300
+        > white
+        > go
+        < move a1a8
+        signal INT
+        > result 1-0 {Xboard adjudication: Checkmate}
+        > force
+        # The claim crosses the front end's "result"; nothing may follow it.
+        < 1-0 \{White mates\}
+        > new
+        > random
+        > level 0 0:03 0.05
+        > post
+        > hard
+        > force
+        > computer
+        - .*
+        > time 300
+        > otim 295
+        > d2d4
+        > black
+        > go
+        < move [a-h][78][a-h][1-8]
+        < Hint: [a-h][1-8][a-h][1-8])"},
+    {"XBoard 4.9, match: the engine is mated while it ponders, and goes on to the next game", R"(
+        > xboard
+        > protover 2
+        > new
+        > random
+        > level 0 0:03 0.05
+        > post
+        > hard
+        > black
+        > force
+        > edit
+        > #
+        > Ra1
+        > Kg6
+        > c
+        > Kh8
+        > .
+        > white
+        > time 300
+        > otim 300
+        > black
+        > go
+        < move h8g8
+        < Hint: a1a8
+        signal INT
+        > time 290
+        > otim 290
+        > a1a8
+        > result 1-0 {Xboard adjudication: Checkmate}
+        > force
+        < 1-0 \{White mates\}
+        - .*
+        > new
+        > random
+        > level 0 0:03 0.05
+        > post
+        > hard
+        > force
+        > black
+        > time 300
+        > otim 300
+        > white
+        > go
+        < move [a-h][12][a-h][34])"},
+    {"XBoard 4.9, match: the engine resigns, and the move it sends all the same is undone", R"(
+        > xboard
+        > protover 2
+        > new
+        > random
+        > level 40 0:30 0
+        > sd 4
+        > post
+        > easy
+        > black
+        > force
+        > edit
+        > #
+        > Ka1
+        > Qa2
+        > Rb2
+        > Pc2
+        > c
+        > Kh8
+        > Pg7
+        > Ph6
+        > .
+        > white
+        > black
+        > go
+        < move .*
+        signal INT
+        > c2c3
+        < move .*
+        signal INT
+        > c3c4
+        < resign
+        signal INT
+        > result 1-0 {Black resigns}
+        > force
+        < move .*
+        > undo
+        - .*
+        > new
+        > random
+        > level 40 0:30 0
+        > sd 4
+        > post
+        > easy
+        > force
+        > computer
+        > d2d4
+        > black
+        > go
+        < move [a-h][78][a-h][1-8]
+        - resign)"},
     {"XBoard 4.9, set-up position, engine to play Black", R"(
         > xboard
         > new
@@ -410,3 +549,67 @@ const Dialogue frontend_dialogues[] = {
 class FrontEnd : public ::testing::TestWithParam<Dialogue> {};
 TEST_P(FrontEnd, Dialogue) { RunDialogue(GetParam()); }
 INSTANTIATE_TEST_SUITE_P(Protocol, FrontEnd, ::testing::ValuesIn(frontend_dialogues));
+
+// What a table cannot hold: a person who plays the very move the engine expects, then another
+// one, takes it back and plays it again, begins a second game in the middle of the first, and
+// leaves. XBoard interrupts before a move and before taking back, but not before "force".
+TEST(FrontEndXboard, APersonAgainstThePonderingEngineHitMissTakeBackAndSecondGame) {
+    EngineProcess engine;
+    engine.Start();
+    RunSteps(engine, R"(
+        > xboard
+        > protover 2
+        > new
+        > random
+        > level 0 0:04 0.1
+        > post
+        > hard
+        > time 400
+        > otim 410
+        > e2e4
+        < move [a-h][78][a-h][1-8])");
+    const std::string expected = engine.WaitForMatch("Hint: [a-h][1-8][a-h][1-8]");
+    ASSERT_NE(expected, "");
+    // The expected move is answered without another word about it: the search just goes on.
+    RunSteps(engine, "signal INT\n> time 394\n> otim 387");
+    engine.Send(expected.substr(6));
+    RunSteps(engine, "< move [a-h][1-8][a-h][1-8]");
+    const std::string next = engine.WaitForMatch("Hint: [a-h][1-8][a-h][1-8]");
+    ASSERT_NE(next, "");
+    const std::string other = next.substr(6) == "a2a3" ? "h2h3" : "a2a3";
+    RunSteps(engine, "signal INT\n> time 402\n> otim 350");
+    engine.Send(other);
+    RunSteps(engine, R"(
+        < move [a-h][1-8][a-h][1-8]
+        < Hint: .*
+        signal INT
+        > remove
+        > time 402
+        > otim 373)");
+    engine.Send(other);  // illegal if it had not been taken back
+    RunSteps(engine, R"(
+        < move [a-h][1-8][a-h][1-8]
+        < Hint: .*
+        > force
+        > new
+        > random
+        > level 0 0:04 0.1
+        > post
+        > hard
+        > time 400
+        > otim 410
+        > d2d4
+        < move [a-h][78][a-h][1-8]
+        < Hint: .*
+        signal INT
+        > result * {xboard exit}
+        > force
+        - move.*
+        > undo
+        fen rnbqkbnr/pppppppp/8/8/3P4/8/PPP1PPPP/RNBQKBNR b KQkq)");
+    // One answer to each of the person's moves, and no complaint.
+    EXPECT_EQ(CountLines(engine, "< move .*"), 5) << engine.Transcript();
+    EXPECT_EQ(CountLines(engine, "< (Illegal|Error \\().*"), 0) << engine.Transcript();
+    engine.Send("quit");
+    EXPECT_EQ(engine.WaitForExit(3000), 0) << engine.Transcript();
+}

@@ -192,17 +192,52 @@ const Dialogue play_dialogues[] = {
         > go
         < move .*
         - \d+ .*)"},
-    {"depth limits end with the game", R"(
+    {"no take-back across a turn of the side to move", R"(
+        > force
+        > e2e4
+        > e7e5
+        > black
+        > undo
+        fen rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR b KQkq)"},
+    {"lines that waited during perft reach the search behind it", R"(
         > easy
-        > sd 2
-        > level 0 0:01 0
-        > force
+        > uci
+        < uciok
+        > position startpos
+        > perft 4
+        > go infinite
+        > stop
+        < total moves = 197281 .*
+        < bestmove .*)"},
+    {"a UCI infinite search does not stop the clock of a later xboard game", R"(
+        > uci
+        < uciok
+        > go infinite
+        sleep 100
+        > stop
+        < bestmove .*
+        > xboard
+        > easy
         > new
-        > force
-        > level 0 0:02 0
-        > time 200
-        > go
+        > level 0 0:01 0
+        > e2e4
         < move .*)"},
+    {"a stop ends the demonstration", R"(
+        > st 60
+        > demo
+        sleep 300
+        > stop
+        < move .*
+        sleep 200
+        - move .*)"},
+    {"no move comes after the result", R"(
+        > easy
+        > st 2
+        > e2e4
+        sleep 200
+        > result 1-0 {White wins on time}
+        sleep 300
+        - move .*)"},
     {"commands without their number", R"(
         > sd
         > st
@@ -501,9 +536,9 @@ TEST(Xboard, LevelSetsTheClock) {
     } cases[] = {
         {"one second for the game", "level 0 0:01 0", 0, 700},
         {"a tenth of a second: no minutes", "level 0 0:00.1 0", 0, 300},
-        {"one move in three seconds", "level 1 0:03 0", 200, 3000},
+        {"one move in three seconds", "level 1 0:03 0", 600, 3000},
         {"fraction of a second as increment", "level 0 0:02 0.1", 0, 1300},
-        {"two minutes for forty moves", "level 40 2 0", 200, 60000},
+        {"two minutes for forty moves", "level 40 2 0", 1500, 60000},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
