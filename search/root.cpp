@@ -449,8 +449,10 @@ SearchResult think(bool use_book) {
     }
     result.best = root_moves[0].move;
     result.score = std::max(root_moves[0].score, -MATE);  // stopped before the first guess
-    // Front ends want one line with a score for every move, searched or not.
-    ReportProgress(result.depth, result.score, Bound::None, true);
+    // Front ends want one line with a score for every move, searched or not. After a ponder miss
+    // or a take-back in analysis xboard would credit it to the new position.
+    const bool outdated = stop_flag && !UciMode && (PonderingNow || AnalysisMode);
+    if (!outdated) ReportProgress(result.depth, result.score, Bound::None, true);
 
     Move line[MaxPly + 2];
     const int length = RootLine(0, line, 3);
