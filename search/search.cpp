@@ -53,6 +53,11 @@ constexpr int ReductionByScore[41] = {-100, -100, -100, -100, -100, -100, -100, 
                                       -6,   -6,   -6,   -6,   -15,  -15,  -15,  -15,  -15, -15, -15, -15, -15};
 static_assert(sizeof ReductionByScore / sizeof *ReductionByScore == 41 && ReductionByScore[20] == 4);
 
+// Endings of few pieces: units a side below which they are looked at, material in all below
+// which two sides that cannot win are not searched, depth that equal pieces without pawns get.
+constexpr int SmallUnits = 11, DeadMaterial = 600, PawnlessDepth = 2 * ONE_PLY;
+// Windows of the internal deepening, centipawns around alpha and beta.
+constexpr int DeepeningPvWindow = 50, DeepeningWindow = 100;
 constexpr int MaxTried = 256;
 constexpr int TablebaseScoreLimit = 32401;
 constexpr int LearnedMaxHistory = 120, LearnedMaxFifty = 70, LearnedMinUnits = 15;
@@ -171,12 +176,13 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     // Step 5. Material that cannot win.
     const MaterialRecord* const material = MaterialRecordOrNull();
     const int own_units = p.NonPawnMaterial[us], enemy_units = p.NonPawnMaterial[them];
-    if (own_units < 11 && enemy_units < 11) {
+    if (own_units < SmallUnits && enemy_units < SmallUnits) {
         if (HasCannotWinFlag(material, WHITE) && HasCannotWinFlag(material, BLACK)
-            && p.Material[WHITE] + p.Material[BLACK] < 600)
+            && p.Material[WHITE] + p.Material[BLACK] < DeadMaterial)
             return 0;
-        if (depth > 8 && own_units == enemy_units && own_units < 10 && !(p.pieces[PAWN][WHITE] | p.pieces[PAWN][BLACK]))
-            depth = 8;
+        if (depth > PawnlessDepth && own_units == enemy_units && own_units < SmallUnits - 1
+            && !(p.pieces[PAWN][WHITE] | p.pieces[PAWN][BLACK]))
+            depth = PawnlessDepth;
         if (!in_check && excluded == 0) {
             if (alpha >= 0 && own_units < 6 && IsHopeless(material, us)) return alpha;
             if (beta < 1 && enemy_units < 6 && IsHopeless(material, them)) return 0;
@@ -187,7 +193,7 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     if (IsDrawByRule(beta)) return 0;
 
     // Step 7. Depth of the null-move search.
-    const int null_depth = own_units > 8 && depth > 23 ? depth - 5 * ONE_PLY : depth - 4 * ONE_PLY;
+    const int null_depth = own_units > 8 && depth >= 6 * ONE_PLY ? depth - 5 * ONE_PLY : depth - 4 * ONE_PLY;
 
     // Step 8. Transposition table.
     TableProbe probe = TableProbe{};
@@ -212,7 +218,7 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
         const bool under_promotion = MovePromotion(last) != EMPTY && MovePromotion(last) != QUEEN;
         const bool known = HasCannotWinFlag(material, WHITE) && HasCannotWinFlag(material, BLACK);
         int score;
-        if ((ply < 2 || depth > 15 || (!under_promotion && !known)) && ProbeTablebase(&score)) {
+        if ((ply < 2 || depth >= 4 * ONE_PLY || (!under_promotion && !known)) && ProbeTablebase(&score)) {
             if (std::abs(score) >= TablebaseScoreLimit) score = score > 0 ? score + 1 - ply : score + ply;
             ++tablebase_hits;
             StoreTable(depth, 0, score, BoundExact, 0, probe.flags, ply);
@@ -221,7 +227,7 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     }
 
     // Step 11. Results of earlier games.
-    if ((UseLearning || UseLearningData) && excluded == 0 && depth > 24 && us == root_side
+    if ((UseLearning || UseLearningData) && excluded == 0 && depth > 6 * ONE_PLY && us == root_side
         && history_count < LearnedMaxHistory && own_units >= LearnedMinUnits && enemy_units >= LearnedMinUnits
         && p.fifty < LearnedMaxFifty) {
         int score;
@@ -236,8 +242,9 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     // Step 13. Null move. If passing still keeps us above beta, a real move will too. Wrong
     // only in zugzwang, which is rare while we have a piece to move.
     bool mate_threat = probe.node_mark;
-    if (alpha < MateBound && beta > -MateBound && own_units > 0 && (own_units > 5 || depth < 25) && null_allowed && !pv
-        && !in_check && excluded == 0 && !probe.null_forbidden && alpha - eval <= (depth < 2 * ONE_PLY ? 4 : 19)
+    if (alpha < MateBound && beta > -MateBound && own_units > 0 && (own_units > 5 || depth <= 6 * ONE_PLY)
+        && null_allowed && !pv && !in_check && excluded == 0 && !probe.null_forbidden
+        && alpha - eval <= (depth < 2 * ONE_PLY ? 4 : 19)
         && !(null_depth < ONE_PLY && (eval < beta || OpponentThreatens(eval - beta)))) {
         MakeNullMove();
         PrefetchTable(PositionKey(), them);
@@ -279,21 +286,21 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     if (depth >= 5 * ONE_PLY && hash_move == 0 && excluded == 0) {
         if (pv) {
             OwnPlyGuard guard;
-            if (eval < beta + 50) {
-                quiesce(alpha - 50, beta + 50, 0, PvNode);
+            if (eval < beta + DeepeningPvWindow) {
+                quiesce(alpha - DeepeningPvWindow, beta + DeepeningPvWindow, 0, PvNode);
                 hash_move = record.best_move;
             }
             if (hash_move == 0 && !stop_flag) {
                 const int d = std::min(depth - 4 * ONE_PLY, 2 * ONE_PLY);
-                const int score = SearchNode(alpha - 50, beta + 50, d, false, PvNode, 0);
-                if (score <= alpha - 50 && !stop_flag) SearchNode(-MATE, beta, d, false, PvNode, 0);
+                const int score = SearchNode(alpha - DeepeningPvWindow, beta + DeepeningPvWindow, d, false, PvNode, 0);
+                if (score <= alpha - DeepeningPvWindow && !stop_flag) SearchNode(-MATE, beta, d, false, PvNode, 0);
                 hash_move = record.best_move;
             }
-        } else if (alpha < eval + 50) {
+        } else if (alpha < eval + DeepeningPvWindow) {
             OwnPlyGuard guard;
             const int d = std::min(std::max(depth - 10 * ONE_PLY, ONE_PLY), 2 * ONE_PLY);
-            const int score = SearchNode(alpha - 100, beta, d, false, node_type, 0);
-            if (score <= alpha - 100 && !stop_flag) SearchNode(-MATE, beta, d, false, node_type, 0);
+            const int score = SearchNode(alpha - DeepeningWindow, beta, d, false, node_type, 0);
+            if (score <= alpha - DeepeningWindow && !stop_flag) SearchNode(-MATE, beta, d, false, node_type, 0);
             hash_move = record.best_move;
         }
         if (stop_flag) {
