@@ -51,6 +51,9 @@ need() {
             missing=1
         fi
     done
+    if [ $missing -ne 0 ] && command -v apt-get >/dev/null; then
+        echo "to install them by hand, as root: apt-get update && apt-get install ${packages[*]}" >&2
+    fi
     return $missing
 }
 
