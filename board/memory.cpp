@@ -25,8 +25,7 @@ size_t RoundUp(size_t bytes) { return (bytes + LargePage - 1) / LargePage * Larg
 void* AllocateZeroed(size_t bytes) {
     const size_t length = RoundUp(bytes);
     // One large page more than needed, so that an aligned block lies inside; the rest goes back.
-    void* const mapped =
-        mmap(nullptr, length + LargePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* const mapped = mmap(nullptr, length + LargePage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (mapped == MAP_FAILED) return nullptr;
     char* const start = static_cast<char*>(mapped);
     const size_t before = (LargePage - reinterpret_cast<uintptr_t>(start) % LargePage) % LargePage;
