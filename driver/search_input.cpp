@@ -222,7 +222,7 @@ void PrintSearchStatus() {
     const int elapsed = search_start == 0 ? 0 : int(NowCentiseconds() - search_start);
     Print("stat01: %d %" PRId64 " %d %d %d %s\n", elapsed, nodes_searched, iteration_depth,
           known ? root_move_count - root_move_index - 1 : 0, root_move_count,
-          MoveText(known ? root_moves[root_move_index].move : 0).c_str());
+          MoveText(known ? current_root_move : 0).c_str());
     Flush();
 }
 

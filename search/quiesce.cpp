@@ -66,12 +66,15 @@ bool OutsideBand(Colour us, int beta, int* value) {
     return balance >= beta && balance != MATE;
 }
 
+// Nothing nearer to alpha than DeltaLeast is pruned; a gain of DeltaBigGain needs a wider gap.
+constexpr int DeltaLeast = 58, DeltaBigGain = 478;
+
 // Delta pruning: too far below alpha even with what the capture gains by exchange.
 // `distance` is alpha - eval.
 bool IsPrunedByDelta(int gain, int distance, Colour them, int eval) {
     distance -= gain;
-    if (distance < 58) return false;
-    if (gain >= 478) return distance >= 395;
+    if (distance < DeltaLeast) return false;
+    if (gain >= DeltaBigGain) return distance >= 395;
     return distance >= 113 && (thread_board.NonPawnMaterial[them] >= 10 || eval < -498);
 }
 
@@ -79,10 +82,10 @@ bool IsPrunedByDelta(int gain, int distance, Colour them, int eval) {
 // at most what it takes and promotes to, and at least nothing when its score says it is safe.
 bool ShallDeltaPrune(Move m, int ordering_score, int distance, Colour them, int eval) {
     const bool safe = ordering_score >= SafeCaptureScore && MoveCaptured(m) != EMPTY;
-    if (safe && distance < 58) return false;
+    if (safe && distance < DeltaLeast) return false;
     if (MovePromotion(m) == EMPTY && MoveCaptured(m) != EMPTY) {
         const int most = PieceValue[MoveCaptured(m)];
-        if (most < 478 && IsPrunedByDelta(most, distance, them, eval)) return true;
+        if (most < DeltaBigGain && IsPrunedByDelta(most, distance, them, eval)) return true;
     }
     return IsPrunedByDelta(ExchangeGain(m), distance, them, eval);
 }

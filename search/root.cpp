@@ -198,7 +198,7 @@ int IterateSingleLine(int max_depth) {
                 if (!stop_flag && score > alpha) {
                     // Better than all before as far as this window tells. Should the search be
                     // stopped before the open one is done, it is the move to play.
-                    const RootMove before = root;
+                    const int old_score = root.score;
                     root.score = score;
                     KeepLine(root);
                     MoveUp(i, 0);
@@ -210,7 +210,7 @@ int IterateSingleLine(int max_depth) {
                     root_in_trouble = false;
                     if (score <= alpha) {
                         // Not so after all: back to its place.
-                        leader.score = before.score;
+                        leader.score = old_score;
                         std::rotate(root_moves, root_moves + 1, root_moves + i + 1);
                     } else {
                         leader.score = score;
