@@ -31,7 +31,7 @@ void PrintEvaluation() {
     int result = NotEvaluated;
     EvaluatePosition(result);
     evaluation_root_side = root_side;
-    ProbePawns();  // exact endings stop before they ask for it
+    ProbePawns<false>();  // exact endings stop before they ask for it
 
     const EvalInfo& info = thread_eval_info;
     Print("Heuristic = %d\n", result);

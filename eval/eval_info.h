@@ -11,7 +11,7 @@
 #include "board/position.h"
 #include "eval/masks.h"
 #include "eval/packed_score.h"
-#include "eval/parameters.h"
+#include "eval/tally.h"
 
 // A pawn hash entry. Bit f of a file mask is file f.
 struct PawnRecord {
@@ -22,7 +22,7 @@ struct PawnRecord {
     uint8_t files[2];                    // [colour] file masks of all pawns
     uint8_t islands[2];                  // [colour] groups of adjacent files with pawns
     uint8_t light_pawns;                 // pawns on light squares, White's | Black's << 4
-    uint8_t centre_closed;               // rammed pawns on two or more of the files c to f
+    uint8_t rammed;                      // rammed pairs of pawns on the files c to f
 
     int Passed(Colour c) const { return c == WHITE ? passed_white : passed_black; }
 };
@@ -42,12 +42,14 @@ struct EvalInfo {
     int king_attack[2];                // [attacking colour] product, see king.cpp
     int SymmetryDelta, SymmetryValid;  // what the other side's score follows from
     int Cacheable;
-    int material;        // EvaluateMaterial(), Black's view
-    Bitboard passed[2];  // [colour] pawns on files with a passed pawn
+    int material;          // EvaluateMaterial(), Black's view
+    Bitboard passed[2];    // [colour] pawns on files with a passed pawn
+    Bitboard foremost[2];  // [colour] those without an own pawn ahead
     Bitboard pawn_attacks[2];
-    Bitboard attacks[2];        // [colour] by men and pawns, king excluded
-    Bitboard minor_attacks[2];  // [colour] by knights and bishops
-    Bitboard rook_attacks[2], queen_attacks[2];
+    Bitboard attacks[2];         // [colour] by men and pawns, king excluded
+    Bitboard attacked_twice[2];  // [colour] by two or more, king included
+    Bitboard attacks_of[2][8];   // [colour][piece type]
+    Bitboard pinned[2];          // [colour] own men that stand alone before their king
     PawnRecord pawn;
     bool pawn_valid;  // false until `pawn` has been filled
 };
@@ -64,21 +66,29 @@ inline bool Ending(Colour c) {
 // Blends by a phase of 0..256; halves toward zero, so that mirrored positions agree.
 constexpr int Blend(int opening, int endgame, int phase) { return (opening * (256 - phase) + endgame * phase) / 256; }
 
+// The functions with a parameter Traced also note every term in evaluation_trace (tally.h);
+// both instances are compiled in the files that define them.
+
 // passed.cpp. The accumulator with all terms of passed pawns added; with a promotion race
 // it clears SymmetryValid.
-int EvaluatePassedPawns(int accumulator);
+template <bool Traced> int EvaluatePassedPawns(int accumulator);
 // The race of pure pawn endings: +1 when Black's, -1 when White's passed pawn promotes and
 // leaves the opponent no time for his own, 0 otherwise. Depends on the side to move.
 int PawnRaceWinner();
 
 // king.cpp
-void EvaluateShelters(Colour root_side);
-void EvaluateKingAttacks();
+template <bool Traced> void EvaluateShelters(Colour root_side);
+template <bool Traced> void EvaluateKings();  // pressure, and the combined attack
 int EvaluateQueenApproaches();
 
 // pieces.cpp
-void BuildPieceWeights();  // packed copies of the piece weights
-void EvaluatePieces();
+template <bool Traced> void EvaluatePieces();
+
+// threats.cpp
+template <bool Traced> void EvaluateThreats();
+
+// chances.cpp
+template <bool Traced> void EvaluateWinningChances();
 
 // pawns.cpp
-void ProbePawns();  // makes thread_eval_info.pawn the record of the current position
+template <bool Traced> void ProbePawns();  // makes thread_eval_info.pawn the record of the current position

@@ -25,6 +25,7 @@
 #include "eval/material.h"
 #include "eval/pawns.h"
 #include "eval/slot_index.h"
+#include "eval/trace.h"
 
 EvalInfo thread_eval_info;
 
@@ -115,7 +116,7 @@ void ClearScratch() {
         info.danger[c] = info.attackers[c] = info.shelter_penalty[c] = info.king_attack[c] = 0;
         info.cannot_win[c] = 0;
         info.lead_scale[c] = 256;
-        info.passed[c] = info.attacks[c] = 0;
+        info.passed[c] = info.foremost[c] = info.attacks[c] = 0;
     }
     info.SymmetryDelta = 0;
     info.SymmetryValid = 1;
@@ -143,13 +144,14 @@ Bitboard PassedPawns(Colour c) {
 }
 
 // A rook against two minor pieces lives on its passed pawns.
-void RookAgainstMinors() {
+int RookAgainstMinors() {
     const Position& p = thread_board;
-    EvalInfo& info = thread_eval_info;
+    const EvalInfo& info = thread_eval_info;
     if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 6 && p.PieceCount[KNIGHT][BLACK] > 0)
-        info.accumulator -= tuned.rook_against_minors[PopCount(Bitboard(info.pawn.passed_white))];
+        return -tuned.rook_against_minors[PopCount(Bitboard(info.pawn.passed_white))];
     if (p.NonPawnMaterial[BLACK] == 5 && p.NonPawnMaterial[WHITE] == 6 && p.PieceCount[KNIGHT][WHITE] > 0)
-        info.accumulator += tuned.rook_against_minors[PopCount(Bitboard(info.pawn.passed_black))];
+        return tuned.rook_against_minors[PopCount(Bitboard(info.pawn.passed_black))];
+    return 0;
 }
 
 int BlendAll() {
@@ -157,6 +159,18 @@ int BlendAll() {
     return Blend(info.accumulator + info.OpeningScore, info.accumulator + info.EndgameScore, info.current_phase)
         + Blend(info.SideOpening[BLACK], info.SideEndgame[BLACK], info.phase[BLACK])
         - Blend(info.SideOpening[WHITE], info.SideEndgame[WHITE], info.phase[WHITE]);
+}
+
+// A part of the score that is one number, Black's view, the same in both phases.
+template <bool Traced> void TraceWhole(TracePart part, int value) { TracePiece<Traced>(part, BLACK, value, value); }
+
+// A rule has settled the position: nothing but its verdict counts.
+template <bool Traced> void TraceVerdict() {
+    if constexpr (Traced) {
+        evaluation_trace = {};
+        evaluation_trace.exact = true;
+        TraceWhole<true>(TracePart::Material, thread_eval_info.accumulator);
+    }
 }
 
 // Turns a Black-view score to the side to move and leaves everything for the search.
@@ -185,7 +199,9 @@ int AdvancedPawnAllowance(Colour c) {
     return 0;
 }
 
-void EvaluatePosition(int& result) {
+namespace {
+
+template <bool Traced> void EvaluateAll(int& result) {
     const Position& p = thread_board;
     EvalInfo& info = thread_eval_info;
     const bool white_to_move = p.SideToMove == WHITE;
@@ -196,7 +212,10 @@ void EvaluatePosition(int& result) {
     // Step 2. Material, phases, ENDING flags.
     const int low_units = std::min(p.NonPawnMaterial[WHITE], p.NonPawnMaterial[BLACK]);
     if (low_units < tuned.EndingThreshold) {
-        if (EvaluateLowMaterial()) return Finish(result);
+        if (EvaluateLowMaterial()) {
+            TraceVerdict<Traced>();
+            return Finish(result);
+        }
     } else {
         const MaterialRecord* record = MaterialRecordOrNull();
         if (record) {
@@ -208,13 +227,14 @@ void EvaluatePosition(int& result) {
         }
         info.accumulator = info.material;
     }
+    TraceWhole<Traced>(TracePart::Material, info.accumulator);
 
     // Step 3. Piece-square sums, kept by the board.
     info.OpeningScore = p.piece_square[0];
     info.EndgameScore = p.piece_square[1];
 
     // Step 4. Pawn structure.
-    ProbePawns();
+    ProbePawns<Traced>();
     info.OpeningScore += info.pawn.opening;
     info.EndgameScore += info.pawn.endgame;
     info.passed[WHITE] = PassedPawns(WHITE);
@@ -225,27 +245,33 @@ void EvaluatePosition(int& result) {
     // Step 5. Special material.
     const bool pawns_only = p.NonPawnMaterial[WHITE] == 0 && p.NonPawnMaterial[BLACK] == 0;
     if (info.ending[WHITE] || info.ending[BLACK]) {
-        RookAgainstMinors();
+        const int rook = RookAgainstMinors();
+        info.accumulator += rook;
+        TraceWhole<Traced>(TracePart::RookAgainstMinors, rook);
         if (pawns_only) {
             info.SymmetryValid = 0;
-            info.accumulator += weights.race_bonus * PawnRaceWinner();
+            const int race = weights.race_bonus * PawnRaceWinner();
+            info.accumulator += race;
+            TraceWhole<Traced>(TracePart::PawnRace, race);
         }
     }
 
     // Step 6. Passed pawns, weighed against material.
-    if (info.pawn.passed_white | info.pawn.passed_black) info.accumulator = EvaluatePassedPawns(info.accumulator);
+    if (info.pawn.passed_white | info.pawn.passed_black)
+        info.accumulator = EvaluatePassedPawns<Traced>(info.accumulator);
     if (p.Material[WHITE] == 100 && p.Material[BLACK] == 100
         && std::abs(info.accumulator + info.EndgameScore + info.SideEndgame[BLACK] - info.SideEndgame[WHITE])
             < EarlyDrawMargin) {
         info.accumulator = 0;
         info.attacks[WHITE] = info.pawn_attacks[WHITE];  // the same as with the other side to move
         info.attacks[BLACK] = info.pawn_attacks[BLACK];
+        TraceVerdict<Traced>();
         return Finish(result);
     }
 
     // Step 7. King shelter, by style. Step 8, the kings' zones and lines, is part of steps 10
     // and 13, which alone read them.
-    EvaluateShelters(evaluation_root_side);
+    EvaluateShelters<Traced>(evaluation_root_side);
 
     int other_accumulator;
     if (pawns_only) {
@@ -253,15 +279,21 @@ void EvaluatePosition(int& result) {
         info.attacks[WHITE] = info.pawn_attacks[WHITE];
         info.attacks[BLACK] = info.pawn_attacks[BLACK];
         info.accumulator = BlendAll();
+        const int blended = info.accumulator;
         if ((info.cannot_win[BLACK] && info.accumulator > 0) || (info.cannot_win[WHITE] && info.accumulator < 0))
             info.accumulator = 0;
+        TraceWhole<Traced>(TracePart::EndingScale, info.accumulator - blended);
     } else {
-        // Step 10. Pieces. Step 11. Their attack on the king, with the shelter of step 7.
-        EvaluatePieces();
-        EvaluateKingAttacks();
+        // Step 10. Pieces, and what they threaten. Step 11. Their attack on the king, with the
+        // shelter of step 7.
+        EvaluatePieces<Traced>();
+        EvaluateThreats<Traced>();
+        EvaluateKings<Traced>();
+        EvaluateWinningChances<Traced>();
 
         // Steps 12 and 14. Blend; from here the accumulator is the whole score.
         info.accumulator = BlendAll();
+        const int blended = info.accumulator;
 
         // Step 13. Queens near the king, worth more to the side that moves.
         other_accumulator = info.accumulator;
@@ -270,7 +302,9 @@ void EvaluatePosition(int& result) {
         // Step 15. Endings that promise more than they keep. Both movers' scores go through
         // it, so that the derived one is exact; with different leaders it is not derived.
         const int own = info.accumulator;
+        TraceWhole<Traced>(TracePart::QueenApproaches, own - blended);
         info.accumulator = ScaleEnding(own, EvalSpread);
+        TraceWhole<Traced>(TracePart::EndingScale, info.accumulator - own);
         if (other_accumulator == own) {
             other_accumulator = info.accumulator;
         } else if ((own > 0) == (other_accumulator > 0) && (own < 0) == (other_accumulator < 0)) {
@@ -294,7 +328,18 @@ void EvaluatePosition(int& result) {
         info.accumulator += bonus;
         info.SymmetryDelta += 2 * bonus;
     }
+    TraceWhole<Traced>(TracePart::SideToMove, white_to_move ? -bonus : bonus);
     Finish(result);
+}
+
+}  // namespace
+
+void EvaluatePosition(int& result) { EvaluateAll<false>(result); }
+
+void TracePosition(int& result) {
+    evaluation_trace = {};
+    EvaluateAll<true>(result);
+    if (!evaluation_trace.exact) TraceSquares();
 }
 
 int Evaluate() {

@@ -1,10 +1,11 @@
 // parameters.cpp - default values of the weights, and the list of names for tuning.
 //
-// State: tuned, weights and the king-attack curves (defaults here, changed by LoadValues()
-// and by tuning); the name buffer of NamedParameters(), filled on first use.
+// State: tuned, term_weights, weights (changed by LoadValues() and by tuning); the name buffer
+// of NamedParameters(), filled on first use.
 #include "eval/parameters.h"
 
 #include <cstdio>
+#include <iterator>
 
 // clang-format off
 constinit TunedParameters tuned = {
@@ -39,68 +40,58 @@ constinit TunedParameters tuned = {
     .EndingThreshold = 9,
     .QueenlessEndingThreshold = 14,
 };
+// clang-format on
 
-// Fitted by gradient descent to results and search scores of 200,000 quiet positions, from
-// values set by hand; the last group (factors) is set by hand.
+#define LIST(...) __VA_ARGS__
+constinit int term_weights[2][TermSlots] = {
+    {
+#define TERM(name, count, text, opening, endgame) LIST opening,
+#define SQUARE_TERM TERM
+#define PASSED_TERM TERM
+#define OWN_TERM TERM
+#include "eval/weights.def"
+    },
+    {
+#define TERM(name, count, text, opening, endgame) LIST endgame,
+#define SQUARE_TERM TERM
+#define PASSED_TERM TERM
+#define OWN_TERM TERM
+#include "eval/weights.def"
+    },
+};
+
 constinit EvaluationWeights weights = {
     .imbalance = {},
     .added = {},
-    .pawn = {{{  0, -37, -33, -26, -11,  -3, -17,   0},
-             {  0,  -4, -16, -43, -11,   7, -36,   0},
-             {  0, -10, -12, -12, -16,  28,   0,   0},
-             {  0, -20,  -7,   3,   0,  26,  24,   0}},
-            {{  0,  30,  18,  23,  33,  39,  21,   0},
-             {  0,  25,  15,  14,  41,  59,  38,   0},
-             {  0,  32,   8,   2,  16,  53,  65,   0},
-             {  0,  20,   7,  -5, -17,   6,  32,   0}}},
-    // At home the bishop is undeveloped.
-    .bishop = {{{ -2,  -4,  -1,   2,  -2,   3, -12, -25},
-               {  9,  13,  -2, -13,  -2,  46, -33, -68},
-               {-28,  -6,   8,  -2,   1,  11, -38, -98},
-               {-22, -10,  -8,   8,  16,  30, -72, -14}},
-              {{-22, -48,   8, -23,  -5,  -4,  -1, -23},
-               {-14,   3,  11,  17,   2,  13,  22,  37},
-               {  4,   5,   3,  10,  18,  17,  31,  30},
-               {  0,   2,  26,  21,  16,   4,  10,  20}}},
-    .rook = {{{-47, -72, -59, -52, -23, -15, -10,  36}, {-56, -48, -19, -25}},
-             {{ 29,  39,  34,  46,  49,  56,  47,  49}, { 44,  45,  37,  35}}},
-    .queen = {{{ 27,  29,  17,   2, -13,  -7, -22, -14}, { 13,  15,   6,   8}},
-              {{-64, -40,   2,  49,  63,  67,  67,  64}, { 34,  62,  76,  89}}},
-    .knight_mobility = {{-49, -38, -32, -29, -20, -14, -11,  -4,   9},
-                        {-84, -35,  -1,  18,  24,  33,  36,  32,  22}},
-    .bishop_mobility = {{-27, -22,  -6,  -3,   2,   4,   6,   7,   9,   3,  16, -14,  22,  28},
-                        {-66, -16,   2,   9,  24,  31,  31,  43,  44,  44,  48,  54,  50,  41}},
-    .rook_mobility = {{-55, -55, -45, -44, -43, -36, -31, -30, -29, -24, -16, -11, -21,  -1,
-                       -20},
-                      { -8,   6,  -2,  20,  25,  27,  34,  31,  38,  45,  42,  48,  55,  47,
-                        50}},
-    .queen_mobility = {{-15, -14, -19, -16, -13,  -2,  -3,  -4,   1,   6,   7,   5,   9,   4,
-                          0,  18, -10,  22,   4,  13,   6,  11,   2,   1,  12,  14,  11,  11},
-                       {-22, -18, -25, -31, -25, -60, -34,  -5,   4, -10,   7,  24,  22,  36,
-                         28,  21,  33,  22,  19,  17,  31,  15,  16,   6,  24,  29,  26,  28}},
-    .isolated = {-4, -9},
-    .isolated_half_open = {-15, -16},
-    .doubled = {-10, -10},
-    .backward = {0, -10},
-    .backward_half_open = {-25, -10},
-    .shelter_third = 1, .shelter_fourth = 4, .shelter_missing = 8, .shelter_open = 0,
-    .passed = {{  2,   0,   0,  14,  59, 136},
-               {  4,  16,  43,  86, 149, 236}},
-    .passed_free_percent = 27, .passed_blockade_percent = 20,
-    .passed_own_king = 8, .passed_enemy_king = 8,
-    .passed_rook_behind = 8,
-    .race_bonus = 150,
-    .kpk_bonus = 550,
-    .area_factor = 128,
-    .rook_ending_factor = {128, 128, 128, 128},
-    .pawn_stop_factor = {128, 128, 128},
-    .single_bishop_factor = 128, .opposite_bishop_factor = 128,
-    .bishop_pair = {24, 71},
-    .knight_outpost_factor = 64,
-    .bishop_outpost = 20,
-    .rook_open_factor = 64, .rook_half_open_factor = 64, .rook_seventh_factor = 64,
+#define NUMBER(name, value, low, high, text) .name = value,
+#define NUMBERS(name, count, low, high, text, values) .name = {LIST values},
+#include "eval/weights.def"
 };
-// clang-format on
+
+const TermInfo term_list[] = {
+#define TERM(name, count, text, opening, endgame) {#name, text, name, count, TermKind::Common},
+#define SQUARE_TERM(name, count, text, opening, endgame) {#name, text, name, count, TermKind::Square},
+#define PASSED_TERM(name, count, text, opening, endgame) {#name, text, name, count, TermKind::Passed},
+#define OWN_TERM(name, count, text, opening, endgame) {#name, text, name, count, TermKind::Own},
+#include "eval/weights.def"
+};
+const int TermListLength = int(std::size(term_list));
+
+const NumberInfo number_list[] = {
+#define NUMBER(name, value, low, high, text) {#name, text, &weights.name, 1, low, high},
+#define NUMBERS(name, count, low, high, text, values) {#name, text, weights.name, count, low, high},
+#include "eval/weights.def"
+};
+const int NumberListLength = int(std::size(number_list));
+
+// A row too short or too long would shift every term behind it.
+#define TERM(name, count, text, opening, endgame)                   \
+    static_assert(std::size((const int[]){LIST opening}) == (count) \
+                  && std::size((const int[]){LIST endgame}) == (count));
+#define SQUARE_TERM TERM
+#define PASSED_TERM TERM
+#define OWN_TERM TERM
+#include "eval/weights.def"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // parameters.h - the evaluation's weights, the named list, and "values.txt".
 //
-// Three groups, all plain ints so that tuning and the parameter file can change them:
-// `tuned` holds the named weights in the order tuning knows, `weights` those that only
-// "values.txt" can change, and the king-attack curves stand by themselves. What is derived
-// from them for speed (the piece-square table, packed mobility) is rebuilt by
-// BuildPieceSquareTable(); after any change by hand call RebuildEvaluation().
+// All plain ints so that tuning and the parameter file can change them: `tuned` holds the named
+// weights in the order tuning knows, term_weights and `weights` the free ones of weights.def,
+// and the king-attack curves stand by themselves. What is derived from them for speed (the
+// piece-square table, packed terms) is rebuilt by BuildPieceSquareTable(); after any change by
+// hand call RebuildEvaluation().
 //
 // Units are centipawns unless a field says otherwise. An index [2] named "phase" is
 // 0 opening, 1 endgame.
@@ -35,44 +35,46 @@ struct TunedParameters {
 };
 extern TunedParameters tuned;
 
-// A table given by the sum of a rank part and a file-pair part.
-struct RankFileParts {
-    int rank[8];
-    int file_pair[4];
+// The free weights, listed and explained in weights.def. A term's name is the slot of its first
+// weight; slot name + i is the weight with index i.
+enum Term : int {
+#define TERM(name, count, text, opening, endgame) name, name##Last = name + (count)-1,
+#define SQUARE_TERM TERM
+#define PASSED_TERM TERM
+#define OWN_TERM TERM
+#include "eval/weights.def"
+    TermSlots
 };
+extern int term_weights[2][TermSlots];  // [phase][slot]
 
 struct EvaluationWeights {
     int imbalance[6];  // bases V1..V6 of EvaluateMaterial(), 0 as shipped
     int added[6];      // AddedWeight, 0 as shipped
-    FilePairTables pawn;
-    FilePairTables bishop;
-    RankFileParts rook[2], queen[2];  // [phase]
-    int knight_mobility[2][9];        // [phase][squares]
-    int bishop_mobility[2][14];
-    int rook_mobility[2][15];
-    int queen_mobility[2][28];
-    int isolated[2], isolated_half_open[2];
-    int doubled[2];
-    int backward[2], backward_half_open[2];
-    int shelter_third, shelter_fourth;  // shelter defects of a pawn moved to that rank,
-    int shelter_missing, shelter_open;  // gone, and with no pawn of either side on the file
-    int passed[2][6];                   // [phase][rank 2..7]
-    int passed_free_percent, passed_blockade_percent;
-    int passed_own_king, passed_enemy_king;  // per step of distance, see passed.cpp
-    int passed_rook_behind;
-    int race_bonus;
-    int kpk_bonus;
-    // Factors of special endings, 256 = unchanged.
-    int area_factor;
-    int rook_ending_factor[4];  // rook pawn, knight pawn, other, king not in front
-    int pawn_stop_factor[3];    // no pieces, no passed pawn, passed pawn
-    int single_bishop_factor, opposite_bishop_factor;
-    int bishop_pair[2];
-    int knight_outpost_factor;  // 64 = unchanged, as are the rook factors
-    int bishop_outpost;
-    int rook_open_factor, rook_half_open_factor, rook_seventh_factor;
+#define NUMBER(name, value, low, high, text) int name;
+#define NUMBERS(name, count, low, high, text, values) int name[count];
+#include "eval/weights.def"
 };
 extern EvaluationWeights weights;
+
+// The list behind both, for the trace and for tuning.
+enum class TermKind { Square, Common, Passed, Own };
+struct TermInfo {
+    const char* name;
+    const char* text;
+    int first, count;  // slots
+    TermKind kind;
+};
+struct NumberInfo {
+    const char* name;
+    const char* text;
+    int* value;  // the first of `count`
+    int count;
+    int low, high;  // sane bounds
+};
+extern const TermInfo term_list[];
+extern const int TermListLength;
+extern const NumberInfo number_list[];
+extern const int NumberListLength;
 
 // Meaning of weights.added: centipawns added to a term built in elsewhere.
 enum AddedWeight : int {
@@ -111,7 +113,7 @@ struct ValueRow {
     int count;
 };
 constexpr int FileValueCount = 378;
-constexpr int ValueRowCount = 41;
+constexpr int ValueRowCount = 60;
 extern const ValueRow value_rows[ValueRowCount];
 
 // Reads 378 integers from the file into the fixed list of weights. A missing file prints

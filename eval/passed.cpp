@@ -18,7 +18,8 @@ constexpr int RunnerBonus = 400, RunnerStep = 40;
 // Plies by which one side must promote first, so that the other has no time to follow.
 constexpr int DecisivePlies = 3;
 constexpr int NoRunner = 99;
-constexpr int PassedLimit = 2000;  // for one pawn; only weights out of a file could exceed it
+constexpr int PassedLimit = 2000;     // for one pawn; only tuning could exceed it
+constexpr int SupportedScale = 4096;  // three factors of sixteenths
 
 template <Colour Us> constexpr Square PromotionSquare(Square s) { return Us == WHITE ? (s & 7) + 56 : (s & 7); }
 
@@ -66,62 +67,61 @@ int CompareRunners(int white_moves, int black_moves) {
     return 0;
 }
 
-// The bonus for Us's passed pawns, without races.
-template <Colour Us> int PassedPawnScore() {
+// What the named tables give a passed pawn that a pawn supports.
+template <Colour Us> int SupportedValue(Square s) {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Square own_king = p.king_square[Us], enemy_king = p.king_square[Them];
+    const int files = FileOf(enemy_king) - FileOf(s);
+    const int horizontal = tuned.supported_king_hor_coeff[std::min(8, files < 0 ? -files : files)];
+    const int difference = std::clamp(7 + Distance(enemy_king, s) - Distance(own_king, s), 0, 14);
+    const int pieces = tuned.supported_opponent_pieces_coeff[std::min(12, (p.NonPawnMaterial[Them] + 1) / 2)];
+    const int64_t product = int64_t(tuned.supported_passed[RelativeRank(Us, s)]) * pieces * horizontal
+        * tuned.supported_king_dist_diff_coeff[difference];
+    return int(std::clamp<int64_t>(product / SupportedScale, -PassedLimit, PassedLimit));
+}
+
+// The bonus for Us's passed pawns, without races, blended.
+template <Colour Us, bool Traced> int PassedPawnScore() {
     constexpr Colour Them = ChangeSide(Us);
     constexpr int Up = Us == WHITE ? 8 : -8;
     const Position& p = thread_board;
     const EvaluationMasks& masks = evaluation_masks;
     const EvalInfo& info = thread_eval_info;
     const Square own_king = p.king_square[Us], enemy_king = p.king_square[Them];
-    const int enemy_units = p.NonPawnMaterial[Them];
-    const int enemy_pieces_coeff = tuned.supported_opponent_pieces_coeff[std::min(12, (enemy_units + 1) / 2)];
-    int score = 0;
+    const Bitboard all_pawns = p.pieces[PAWN][WHITE] | p.pieces[PAWN][BLACK];
+    const Bitboard rooks = p.pieces[ROOK][WHITE] | p.pieces[ROOK][BLACK];
+    Tally<Traced> tally(Us);
+    int supported = 0;
 
-    for (Bitboard rest = ForemostPassed<Us>(); rest;) {
+    for (Bitboard rest = info.foremost[Us]; rest;) {
         const Square s = PopLowest(rest);
-        const int rank = RelativeRank(Us, s);
+        const int rank = RelativeRank(Us, s), index = rank - 1;
         if (rank < 1 || rank > 6) continue;  // odd set-ups only
         const Square stop = s + Up;
-        const Bitboard path = masks.front_span[Us][s];
-        int opening = weights.passed[0][rank - 1];
-        int endgame = weights.passed[1][rank - 1];
 
-        const int own_distance = Distance(own_king, stop), enemy_distance = Distance(enemy_king, stop);
-        endgame +=
-            (weights.passed_enemy_king * enemy_distance - weights.passed_own_king * own_distance) * (rank * rank / 8);
+        tally.Add(PassedPawn + index);
+        tally.Add(PassedFile + FilePair(s));
+        tally.Add(PassedOwnKing + index, Distance(own_king, stop));
+        tally.Add(PassedEnemyKing + index, Distance(enemy_king, stop));
+        if (p.colour[Them] & Bit(stop)) tally.Add(PassedBlocked + index);
+        else if (!(p.occupied & masks.front_span[Us][s])) tally.Add(PassedFreePath + index);
 
-        if (p.occupied & Bit(stop)) {
-            opening -= opening * weights.passed_blockade_percent / 100;
-            endgame -= endgame * weights.passed_blockade_percent / 100;
-        } else if (!(p.occupied & path)) {
-            opening += opening * weights.passed_free_percent / 100;
-            endgame += endgame * weights.passed_free_percent / 100;
-        }
+        const Bitboard beside = Bit(s) | ShiftNorth(Bit(s)) | ShiftSouth(Bit(s));
+        if ((ShiftEast(beside) | ShiftWest(beside)) & info.passed[Us]) tally.Add(PassedNeighbour + index);
+        const Bitboard near = masks.adjacent_files[FileOf(s)] | FileMask(FileOf(s));
+        if (!(all_pawns & (near | ShiftEast(near) | ShiftWest(near)) & ~Bit(s))) tally.Add(PassedOutside);
 
-        const Bitboard rooks_behind = masks.front_span[Them][s] & (p.pieces[ROOK][WHITE] | p.pieces[ROOK][BLACK]);
-        if (rooks_behind) {
+        if (const Bitboard behind = masks.front_span[Them][s] & rooks) {
             // The rook next to the pawn is the one that counts.
-            const Square rook = Us == WHITE ? HighestSquare(rooks_behind) : LowestSquare(rooks_behind);
-            if (!(between[rook][s] & p.occupied)) {
-                const int value = (p.colour[Us] & Bit(rook)) ? weights.passed_rook_behind : -weights.passed_rook_behind;
-                opening += value;
-                endgame += value;
-            }
+            const Square rook = Us == WHITE ? HighestSquare(behind) : LowestSquare(behind);
+            if (!(between[rook][s] & p.occupied))
+                tally.Add((p.colour[Us] & Bit(rook)) ? PassedRookBehind : PassedEnemyRookBehind);
         }
-        int value = std::clamp(Blend(opening, endgame, info.current_phase), -PassedLimit, PassedLimit);
-
-        if (info.pawn_attacks[Us] & Bit(s)) {
-            const int files = FileOf(enemy_king) - FileOf(s);
-            const int horizontal = tuned.supported_king_hor_coeff[std::min(8, files < 0 ? -files : files)];
-            const int difference = std::clamp(7 + Distance(enemy_king, s) - Distance(own_king, s), 0, 14);
-            const int64_t product = int64_t(tuned.supported_passed[rank]) * enemy_pieces_coeff * horizontal
-                * tuned.supported_king_dist_diff_coeff[difference];
-            value += int(std::clamp<int64_t>(product / 4096, -PassedLimit, PassedLimit));
-        }
-        score += value;
+        if (info.pawn_attacks[Us] & Bit(s)) supported += SupportedValue<Us>(s);
     }
-    return score;
+    TracePiece<Traced>(TracePart::SupportedPassed, Us, supported, supported);
+    return Blend(OpeningOf(tally.score), EndgameOf(tally.score), info.current_phase) + supported;
 }
 
 int RunnerValue(int moves) { return RunnerBonus - RunnerStep * moves; }
@@ -130,11 +130,13 @@ int RunnerValue(int moves) { return RunnerBonus - RunnerStep * moves; }
 
 int PawnRaceWinner() { return CompareRunners(RunnerMoves<WHITE>(), RunnerMoves<BLACK>()); }
 
-int EvaluatePassedPawns(int accumulator) {
+template <bool Traced> int EvaluatePassedPawns(int accumulator) {
     const Position& p = thread_board;
     EvalInfo& info = thread_eval_info;
-    if (info.passed[BLACK]) accumulator += PassedPawnScore<BLACK>();
-    if (info.passed[WHITE]) accumulator -= PassedPawnScore<WHITE>();
+    info.foremost[WHITE] = ForemostPassed<WHITE>();
+    info.foremost[BLACK] = ForemostPassed<BLACK>();
+    if (info.passed[BLACK]) accumulator += PassedPawnScore<BLACK, Traced>();
+    if (info.passed[WHITE]) accumulator -= PassedPawnScore<WHITE, Traced>();
 
     // Only a side without pieces can be outrun for certain.
     const bool white_bare = p.NonPawnMaterial[WHITE] == 0, black_bare = p.NonPawnMaterial[BLACK] == 0;
@@ -146,6 +148,10 @@ int EvaluatePassedPawns(int accumulator) {
         const int winner = CompareRunners(white, black);
         if (winner > 0) accumulator += RunnerValue(black);
         if (winner < 0) accumulator -= RunnerValue(white);
+        if (winner > 0) TracePiece<Traced>(TracePart::PawnRace, BLACK, RunnerValue(black), RunnerValue(black));
+        if (winner < 0) TracePiece<Traced>(TracePart::PawnRace, WHITE, RunnerValue(white), RunnerValue(white));
     }
     return accumulator;
 }
+template int EvaluatePassedPawns<false>(int);
+template int EvaluatePassedPawns<true>(int);

@@ -3,9 +3,6 @@
 
 #include "eval/eval_info.h"
 
-// Fills everything but the key from the pawns of thread_board.
-void EvaluatePawnStructure(PawnRecord& record);
-
 bool AllocatePawnHash(uint32_t entries);
 void FreePawnHash();
 void ClearPawnHash();  // and the one-record copy

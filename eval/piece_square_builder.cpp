@@ -14,20 +14,25 @@ namespace {
 
 // Sixteen men a side at this value still fit the 16-bit sums.
 constexpr int PieceSquareLimit = 1000;
-
-int RankFileValue(const RankFileParts& parts, int rank, int pair) { return parts.rank[rank] + parts.file_pair[pair]; }
+constexpr int TermLimit = 500;  // of one weight
 
 // The owner's own value, rank counted from his side.
 int OwnValue(int type, int phase, int rank, int pair) {
+    const int* slots = term_weights[phase];
     switch (type) {
         case KING: return tuned.king[phase][pair][rank];
         case KNIGHT: return tuned.knight[phase][pair][rank];
-        case PAWN: return weights.pawn[phase][pair][rank];
-        case BISHOP: return weights.bishop[phase][pair][rank];
-        case ROOK: return RankFileValue(weights.rook[phase], rank, pair);
-        case QUEEN: return RankFileValue(weights.queen[phase], rank, pair);
+        case PAWN: return slots[PawnSquares + 8 * pair + rank];
+        case BISHOP: return slots[BishopSquares + 8 * pair + rank];
+        case ROOK: return slots[RookRanks + rank] + slots[RookFiles + pair];
+        case QUEEN: return slots[QueenRanks + rank] + slots[QueenFiles + pair];
         default: return 0;
     }
+}
+
+// Weights from a file are cut here, so that sums stay within a packed half.
+PackedScore PackCut(int opening, int endgame) {
+    return Pack(std::clamp(opening, -TermLimit, TermLimit), std::clamp(endgame, -TermLimit, TermLimit));
 }
 
 void StoreSums(int16_t (&sums)[2]) {
@@ -43,6 +48,20 @@ void StoreSums(int16_t (&sums)[2]) {
 
 }  // namespace
 
+PackedScore packed_terms[TermSlots];
+
+void BuildPackedTerms() {
+    for (int i = 0; i < TermSlots; ++i) packed_terms[i] = PackCut(term_weights[0][i], term_weights[1][i]);
+    const auto add = [](int slot, int opening, int endgame) {
+        packed_terms[slot] = PackCut(term_weights[0][slot] + opening, term_weights[1][slot] + endgame);
+    };
+    const int* added = weights.added;
+    add(BishopPair, added[AddedBishopPairOpening], added[AddedBishopPairEndgame]);
+    add(KnightOutpost, added[AddedKnightOutpost], added[AddedKnightOutpost]);
+    add(RookSeventh, added[AddedRookSeventh], added[AddedRookSeventh]);
+    add(TrappedRook, added[AddedTrappedRook], 0);
+}
+
 void BuildPieceSquareTable() {
     for (int type = 0; type < 8; ++type)
         for (Square s = 0; s < 64; ++s)
@@ -54,7 +73,7 @@ void BuildPieceSquareTable() {
                 PieceSquare[WHITE][type][s][phase] = int16_t(-value(WHITE));
                 PieceSquare[BLACK][type][s][phase] = int16_t(value(BLACK));
             }
-    BuildPieceWeights();
+    BuildPackedTerms();
 }
 
 void RebuildEvaluation() {

@@ -14,56 +14,59 @@
 #include "board/types.h"
 #include "eval/parameters.h"
 
-// A pointer to the first int of a field and how many ints the field has.
-#define ROW(field) \
-    { reinterpret_cast<int*>(&(field)), int(sizeof(field) / (sizeof(int))) }
+// A term's row of one phase.
+#define HALF(phase, term) \
+    { &term_weights[phase][term], term##Last - term + 1 }
+#define BOTH(term) HALF(0, term), HALF(1, term)
+#define FIELD(field) \
+    { reinterpret_cast<int*>(&(field)), int(sizeof(field) / sizeof(int)) }
 const ValueRow value_rows[ValueRowCount] = {
-    ROW(weights.imbalance),
-    ROW(tuned.EndingThreshold),
-    ROW(tuned.QueenlessEndingThreshold),
+    FIELD(weights.imbalance),
+    FIELD(tuned.EndingThreshold),
+    FIELD(tuned.QueenlessEndingThreshold),
     {nullptr, 6},
-    ROW(weights.added),
-    ROW(weights.pawn),
-    ROW(weights.bishop),
-    ROW(weights.rook),
-    ROW(weights.queen),
-    ROW(weights.knight_mobility),
-    ROW(weights.bishop_mobility),
-    ROW(weights.rook_mobility),
-    ROW(weights.queen_mobility),
-    ROW(weights.isolated),
-    ROW(weights.isolated_half_open),
-    ROW(weights.doubled),
-    ROW(weights.backward),
-    ROW(weights.backward_half_open),
-    ROW(weights.shelter_third),
-    ROW(weights.shelter_fourth),
-    ROW(weights.shelter_missing),
-    ROW(weights.shelter_open),
-    ROW(weights.passed),
-    ROW(weights.passed_free_percent),
-    ROW(weights.passed_blockade_percent),
-    ROW(weights.passed_own_king),
-    ROW(weights.passed_enemy_king),
-    ROW(weights.passed_rook_behind),
-    ROW(weights.race_bonus),
-    ROW(weights.kpk_bonus),
-    ROW(weights.area_factor),
-    ROW(weights.rook_ending_factor),
-    ROW(weights.pawn_stop_factor),
-    ROW(weights.single_bishop_factor),
-    ROW(weights.opposite_bishop_factor),
-    ROW(weights.bishop_pair),
-    ROW(weights.knight_outpost_factor),
-    ROW(weights.bishop_outpost),
-    ROW(weights.rook_open_factor),
-    ROW(weights.rook_half_open_factor),
-    ROW(weights.rook_seventh_factor),
+    FIELD(weights.added),
+    BOTH(PawnSquares),
+    BOTH(BishopSquares),
+    HALF(0, RookRanks),
+    HALF(0, RookFiles),
+    HALF(1, RookRanks),
+    HALF(1, RookFiles),
+    HALF(0, QueenRanks),
+    HALF(0, QueenFiles),
+    HALF(1, QueenRanks),
+    HALF(1, QueenFiles),
+    BOTH(KnightMobility),
+    BOTH(BishopMobility),
+    BOTH(RookMobility),
+    BOTH(QueenMobility),
+    BOTH(IsolatedPawn),
+    BOTH(IsolatedHalfOpen),
+    BOTH(DoubledPawn),
+    BOTH(BackwardPawn),
+    BOTH(BackwardHalfOpen),
+    FIELD(weights.shelter_third),
+    FIELD(weights.shelter_fourth),
+    FIELD(weights.shelter_missing),
+    FIELD(weights.shelter_open),
+    BOTH(PassedPawn),
+    FIELD(weights.race_bonus),
+    FIELD(weights.kpk_bonus),
+    FIELD(weights.area_factor),
+    FIELD(weights.rook_ending_factor),
+    FIELD(weights.pawn_stop_factor),
+    FIELD(weights.single_bishop_factor),
+    FIELD(weights.opposite_bishop_factor),
+    BOTH(BishopPair),
+    BOTH(KnightOutpost),
+    BOTH(BishopOutpost),
+    BOTH(RookOpen),
+    BOTH(RookHalfOpen),
+    BOTH(RookSeventh),
 };
-#undef ROW
-
-// Everything of `weights` is in the file, plus the two thresholds and six dropped values.
-static_assert(sizeof(EvaluationWeights) / sizeof(int) + 2 + 6 == FileValueCount);
+#undef HALF
+#undef BOTH
+#undef FIELD
 
 namespace {
 

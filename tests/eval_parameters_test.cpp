@@ -25,11 +25,13 @@ protected:
     void SetUp() override {
         saved_tuned_ = tuned;
         saved_weights_ = weights;
+        std::memcpy(saved_terms_, term_weights, sizeof term_weights);
     }
     void TearDown() override {
         std::remove(TestFile);
         tuned = saved_tuned_;
         weights = saved_weights_;
+        std::memcpy(term_weights, saved_terms_, sizeof term_weights);
         ResetEngine();
         RebuildEvaluation();
     }
@@ -41,6 +43,7 @@ protected:
     }
     TunedParameters saved_tuned_;
     EvaluationWeights saved_weights_;
+    int saved_terms_[2][TermSlots];
 };
 
 TEST_F(Parameters, NamedListIsCompleteAndDistinct) {
@@ -101,25 +104,26 @@ TEST_F(Parameters, FullFileFillsEveryWeightInOrder) {
     EXPECT_EQ(tuned.EndingThreshold, 7);
     EXPECT_EQ(tuned.QueenlessEndingThreshold, 8);
     EXPECT_EQ(weights.added[0], 15);  // 9 to 14 are dropped
-    EXPECT_EQ(weights.pawn[0][0][0], 21);
-    EXPECT_EQ(weights.bishop[1][3][7], 148);
-    EXPECT_EQ(weights.rook[0].rank[0], 149);
-    EXPECT_EQ(weights.rook[1].file_pair[3], 172);
-    EXPECT_EQ(weights.knight_mobility[0][0], 197);
-    EXPECT_EQ(weights.queen_mobility[1][27], 328);
-    EXPECT_EQ(weights.isolated[0], 329);
-    EXPECT_EQ(weights.race_bonus, 360);
-    EXPECT_EQ(weights.kpk_bonus, 361);
-    EXPECT_EQ(weights.area_factor, 362);
-    EXPECT_EQ(weights.rook_seventh_factor, 378);
+    EXPECT_EQ(term_weights[0][PawnSquares], 21);
+    EXPECT_EQ(term_weights[1][BishopSquaresLast], 148);
+    EXPECT_EQ(term_weights[0][RookRanks], 149);
+    EXPECT_EQ(term_weights[1][RookFilesLast], 172);
+    EXPECT_EQ(term_weights[0][KnightMobility], 197);
+    EXPECT_EQ(term_weights[1][QueenMobilityLast], 328);
+    EXPECT_EQ(term_weights[0][IsolatedPawn], 329);
+    EXPECT_EQ(weights.shelter_open, 342);
+    EXPECT_EQ(weights.race_bonus, 355);
+    EXPECT_EQ(weights.kpk_bonus, 356);
+    EXPECT_EQ(weights.area_factor, 357);
+    EXPECT_EQ(term_weights[1][RookSeventh], 378);
 }
 
 TEST_F(Parameters, ShortFileLeavesTheRest) {
     WriteNumbers(30);
     LoadValues(TestFile);
-    EXPECT_EQ(weights.pawn[0][1][1], 30);
-    EXPECT_EQ(weights.pawn[0][1][2], saved_weights_.pawn[0][1][2]);
-    EXPECT_EQ(weights.rook_seventh_factor, saved_weights_.rook_seventh_factor);
+    EXPECT_EQ(term_weights[0][PawnSquares + 9], 30);
+    EXPECT_EQ(term_weights[0][PawnSquares + 10], saved_terms_[0][PawnSquares + 10]);
+    EXPECT_EQ(term_weights[1][RookSeventh], saved_terms_[1][RookSeventh]);
 }
 
 TEST_F(Parameters, MissingFileSaysSoAndClearsTheBases) {
@@ -139,9 +143,10 @@ TEST_F(Parameters, WrittenFileReadsBackTheSameEvaluation) {
     const char* const fen = "r1bq1rk1/pp2bppp/2n2n2/2pp4/3P4/2N1PN2/PP2BPPP/R1BQ1RK1 w - - 0 9";
     const int before = FreshScore(fen);
     ASSERT_TRUE(SaveValues(TestFile));
-    weights.pawn[0][3][3] += 55;
-    weights.rook_mobility[0][5] -= 31;
+    term_weights[0][PawnSquares + 27] += 55;
+    term_weights[0][RookMobility + 5] -= 31;
     LoadValues(TestFile);
+    EXPECT_EQ(std::memcmp(term_weights, saved_terms_, sizeof term_weights), 0);
     EXPECT_EQ(std::memcmp(&weights, &saved_weights_, sizeof weights), 0);
     RebuildEvaluation();
     EXPECT_EQ(FreshScore(fen), before);
@@ -169,7 +174,7 @@ TEST_F(Parameters, RebuildKeepsGameAndSums) {
         const std::string fen = WriteFen();
         const int moves = history_count;
         tuned.knight[0][2][2] += 40;
-        weights.pawn[1][3][3] += 25;
+        term_weights[1][PawnSquares + 27] += 25;
         tuned.EndingThreshold = 8;
         RebuildEvaluation();
         EXPECT_EQ(WriteFen(), fen);

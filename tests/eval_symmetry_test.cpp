@@ -5,6 +5,7 @@
 #include "board/attacks.h"
 #include "board/settings.h"
 #include "eval/eval_info.h"
+#include "eval/trace.h"
 #include "tests/support/board_helpers.h"
 #include "tests/support/engine_environment.h"
 #include "tests/support/eval_helpers.h"
@@ -100,6 +101,20 @@ TEST_F(EvaluationSymmetry, CachedEqualsFresh) {
         thread_board.fifty = saved_fifty;
     });
     ASSERT_TRUE(AllocateEvalCache(EvalCacheSize));
+}
+
+// A term that counts but is not noted, or noted but not counted, breaks the sum.
+TEST_F(EvaluationSymmetry, TracedTermsAddUpToTheScore) {
+    int settled = 0, positions = 0;
+    EveryWalk(120, [&] {
+        int score = NotEvaluated;
+        TracePosition(score);
+        ASSERT_EQ(TracedScore(), score) << WriteFen();
+        ASSERT_EQ(FreshScore(), score) << WriteFen();
+        settled += evaluation_trace.exact;
+        ++positions;
+    });
+    EXPECT_GT(positions - settled, 1000);
 }
 
 // The pawn hash and its one-record copy must not show either, at any size.

@@ -1,0 +1,183 @@
+// game_reader.cpp - see game_reader.h.
+#include "tools/common/game_reader.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "board/make_move.h"
+#include "board/notation.h"
+#include "board/position.h"
+
+namespace {
+
+bool IsResult(const std::string& word) { return word == "1-0" || word == "0-1" || word == "1/2-1/2" || word == "*"; }
+
+// "12." and "12..." may stand alone or stick to the move.
+std::string WithoutNumber(const std::string& word) {
+    size_t i = 0;
+    while (i < word.size() && std::isdigit(static_cast<unsigned char>(word[i]))) ++i;
+    // Without a point it is no number: castling may be written with zeros.
+    if (i < word.size() && word[i] != '.') i = 0;
+    while (i < word.size() && word[i] == '.') ++i;
+    return word.substr(i);
+}
+
+// The move that a word names in the current position, 0 when it names none or several.
+Move MoveOfWord(const std::string& word) {
+    std::string san = word;
+    while (!san.empty() && std::strchr("+#!?", san.back()) != nullptr) san.pop_back();
+    if (san.empty() || san.size() >= sizeof san_token.text) return 0;
+    san.copy(san_token.text, san.size());
+    san_token.text[san.size()] = '\0';
+    san_token.error = false;
+    const Move move = MatchSan();
+    const bool error = san_token.error;
+    san_token.error = false;
+    return error ? 0 : move;
+}
+
+}  // namespace
+
+bool ReadWholeFile(const std::string& path, std::string& text) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream all;
+    if (!in || !(all << in.rdbuf())) return false;
+    text = all.str();
+    return true;
+}
+
+void PlayGame(const ReadGame& game, size_t plies) {
+    SetFen(game.fen.c_str());
+    for (size_t i = 0; i < plies && i < game.moves.size(); ++i) MakeMove(game.moves[i]);
+}
+
+void GameReader::Step() {
+    if (Current() == '\n') ++line;
+    if (at < text.size()) ++at;
+}
+
+// To behind the next `end`.
+void GameReader::SkipUntil(char end) {
+    while (at < text.size() && Current() != end) Step();
+    Step();
+}
+
+void GameReader::SkipVariation() {
+    int depth = 0;
+    while (at < text.size()) {
+        const char c = Current();
+        if (c == '{') {
+            SkipUntil('}');
+            continue;
+        }
+        if (c == ';') {
+            SkipUntil('\n');
+            continue;
+        }
+        Step();
+        depth += (c == '(') - (c == ')');
+        if (depth == 0) return;
+    }
+}
+
+void GameReader::ReadTag(ReadGame& game) {
+    std::string name, value;
+    Step();
+    while (at < text.size() && std::strchr("\"]\n", Current()) == nullptr) {
+        if (Current() != ' ') name += Current();
+        Step();
+    }
+    if (Current() == '"') {
+        Step();
+        while (at < text.size() && Current() != '"' && Current() != '\n') {
+            if (Current() == '\\') Step();
+            value += Current();
+            Step();
+        }
+    }
+    while (at < text.size() && Current() != ']' && Current() != '\n') Step();
+    Step();
+    if (name == "FEN") game.fen = value;
+    else if (name == "Result") game.result = value;
+    else if (name == "Termination") game.termination = value;
+}
+
+std::string GameReader::ReadWord() {
+    std::string word;
+    while (at < text.size() && !std::isspace(static_cast<unsigned char>(Current()))
+           && std::strchr("{};()[]$", Current()) == nullptr) {
+        word += Current();
+        Step();
+    }
+    return word;
+}
+
+bool GameReader::Next(ReadGame& game) {
+    game = ReadGame{};
+    game.fen = StartFen;
+    bool in_tags = false, in_moves = false;
+    const auto begin = [&] {
+        if (!in_tags && !in_moves) game.line = line;
+    };
+    const auto fault = [&](const std::string& why, int where) {
+        if (!game.error.empty()) return;
+        game.error = why;
+        game.error_line = where;
+    };
+    const auto start_moves = [&] {
+        begin();
+        if (in_moves) return;
+        in_moves = true;
+        SetFen(game.fen.c_str());
+        if (!IsPlayable()) fault("the start position cannot be played", game.line);
+    };
+
+    std::string told;  // the result behind the moves
+    while (at < text.size() && told.empty()) {
+        const char c = Current();
+        const bool line_start = at == 0 || text[at - 1] == '\n';
+        if (c == '[') {
+            if (in_moves) break;  // the game before ended without a result
+            begin();
+            in_tags = true;
+            ReadTag(game);
+        } else if (c == '{') {
+            SkipUntil('}');
+        } else if (c == ';' || (c == '%' && line_start)) {
+            SkipUntil('\n');
+        } else if (c == '(') {
+            SkipVariation();
+        } else if (c == '$') {
+            Step();
+            ReadWord();
+        } else if (std::isspace(static_cast<unsigned char>(c)) || std::strchr(")}]", c) != nullptr) {
+            Step();
+        } else {
+            const int where = line;
+            const std::string word = ReadWord();
+            if (IsResult(word)) {
+                start_moves();
+                told = word;
+                break;
+            }
+            const std::string san = WithoutNumber(word);
+            start_moves();
+            if (san.empty() || !game.error.empty() || std::strspn(san.c_str(), "!?") == san.size()) continue;
+            const Move move = MoveOfWord(san);
+            if (move == 0) fault("no legal move: " + san, where);
+            else if (!MakeGameMove(move)) fault("too many moves", where);
+            else game.moves.push_back(move);
+        }
+    }
+    if (!in_tags && !in_moves) return false;
+    start_moves();
+    if (!IsResult(game.result)) game.result = "*";
+    if (!told.empty() && told != "*") {
+        if (game.result != "*" && game.result != told) fault("two results: " + game.result + " and " + told, line);
+        game.result = told;
+    }
+    return true;
+}

@@ -1,0 +1,67 @@
+// game_positions.cpp - writes the quiet positions of games from PGN files.
+//
+//   game_positions [--nodes N] --output FILE GAMES.pgn...
+//
+// Meant for games of matches. The score of a position comes from a search of so many nodes
+// (default 6000), the result from the game. Bad games are reported with file and line and
+// skipped, and so are games without a result and those that a clock or a crash decided: their
+// result says nothing about the position. The output file is appended to, and its positions are
+// not written twice (quiet_positions.h). The last line, on standard output: games, positions,
+// seconds.
+#include <algorithm>
+#include <chrono>
+#include <cinttypes>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "tools/common/game_reader.h"
+#include "tools/common/quiet_positions.h"
+
+static int Usage() {
+    std::fprintf(stderr, "usage: game_positions [--nodes N] --output FILE GAMES.pgn...\n");
+    return 2;
+}
+
+int main(int argc, char** argv) {
+    int64_t nodes = 6000;
+    std::string output;
+    std::vector<std::string> files;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        if (word.rfind("--", 0) != 0) {
+            files.push_back(word);
+            continue;
+        }
+        if (++i == argc) return Usage();
+        if (word == "--nodes") nodes = std::atoll(argv[i]);
+        else if (word == "--output") output = argv[i];
+        else return Usage();
+    }
+    if (files.empty() || output.empty() || nodes <= 0) return Usage();
+    if (!InitialisePositionTool()) {
+        std::fprintf(stderr, "out of memory\n");
+        return 1;
+    }
+    PositionWriter writer;
+    if (!writer.Open(output)) return 2;
+
+    GameCounts counts;
+    const auto start = std::chrono::steady_clock::now();
+    for (const std::string& file : files) {
+        std::string text;
+        if (!ReadWholeFile(file, text)) {
+            std::fprintf(stderr, "%s: cannot be read\n", file.c_str());
+            return 2;
+        }
+        if (!WriteGamePositions(text, file, nodes, writer, counts)) return 1;
+        std::fprintf(stderr,
+                     "%s: up to here %" PRId64 " good games, %" PRId64 " bad, %" PRId64
+                     " without a result of play, %" PRId64 " positions\n",
+                     file.c_str(), counts.good, counts.bad, counts.undecided, writer.written);
+    }
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    std::printf("%" PRId64 " games, %" PRId64 " positions, %.1f seconds\n", counts.good, writer.written, seconds);
+    return 0;
+}
