@@ -28,6 +28,7 @@
 #include "eval/trace.h"
 
 EvalInfo thread_eval_info;
+EvaluationCounters evaluation_counters;
 
 constinit int LazyWindow[2] = {-32767, 32767};
 Colour evaluation_root_side;
@@ -100,6 +101,7 @@ bool EnoughToBeLazy(Colour ahead) {
 }
 
 int LazyResult(int material) {
+    ++evaluation_counters.lazy;
     thread_eval_info.Cacheable = 0;
     evaluation_material = thread_board.Material[BLACK] - thread_board.Material[WHITE];
     evaluation_passed[WHITE] = evaluation_passed[BLACK] = 0;
@@ -347,6 +349,7 @@ int Evaluate() {
     const Colour us = Colour(p.SideToMove), them = ChangeSide(us);
 
     // Lazy exit: the material is out of all reach of the iteration's band.
+    ++evaluation_counters.calls;
     const int difference = p.Material[us] - p.Material[them];
     const int low = us == evaluation_root_side ? LazyWindow[0] : -LazyWindow[1];
     const int high = us == evaluation_root_side ? LazyWindow[1] : -LazyWindow[0];
@@ -380,7 +383,9 @@ int Evaluate() {
         evaluation_attacks[BLACK] = LoadSquares(entry.squares[3]);
         score = entry.score[us];
     }
-    if (score == NotEvaluated) {
+    if (score != NotEvaluated) {
+        ++evaluation_counters.cache_hits;
+    } else {
         EvaluatePosition(score);
         const EvalInfo& info = thread_eval_info;
         if (info.Cacheable) {

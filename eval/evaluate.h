@@ -44,5 +44,13 @@ bool AllocateEvalCache(uint32_t entries);
 void FreeEvaluationTables();
 void ClearEvaluationTables();  // both, and the one-record pawn copy
 
+// How often the caches answered, since the program's start. For benchmarks.
+struct EvaluationCounters {
+    uint64_t calls, lazy;            // of Evaluate(); decided by material alone
+    uint64_t cache_hits;             // scores taken from the evaluation cache
+    uint64_t pawn_calls, pawn_hits;  // pawn records asked for; found in the copy or the hash
+};
+extern EvaluationCounters evaluation_counters;
+
 // Starts loading the cache slot of a position from its hash key with castling rights.
 void PrefetchEvaluation(uint64_t key);

@@ -109,6 +109,8 @@ const NamedParameter* NamedParameters();
 // The layout of "values.txt": rows of consecutive ints. A row without a target is read and
 // dropped. Reader and writer share it.
 struct ValueRow {
+    const char* name;  // of the term, or the field as the source writes it
+    int phase;         // of a term, else -1
     int* target;
     int count;
 };

@@ -166,7 +166,11 @@ template <bool Traced> void ProbePawns() {
         return;
     }
     const uint32_t low = uint32_t(key), high = uint32_t(key >> 32);
-    if (info.pawn_valid && info.pawn.key_low == low && info.pawn.key_high == high) return;
+    ++evaluation_counters.pawn_calls;
+    if (info.pawn_valid && info.pawn.key_low == low && info.pawn.key_high == high) {
+        ++evaluation_counters.pawn_hits;
+        return;
+    }
     info.pawn_valid = true;
     PawnRecord* slot = key ? PawnSlot(key) : nullptr;
     if (!slot) {
@@ -174,7 +178,8 @@ template <bool Traced> void ProbePawns() {
         Fill<false>(info.pawn, key);
         return;
     }
-    if (slot->key_low != low || slot->key_high != high) Fill<false>(*slot, key);
+    if (slot->key_low == low && slot->key_high == high) ++evaluation_counters.pawn_hits;
+    else Fill<false>(*slot, key);
     info.pawn = *slot;
 }
 template void ProbePawns<false>();

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <string>
 
 #include "board/console.h"
 #include "board/types.h"
@@ -16,15 +17,15 @@
 
 // A term's row of one phase.
 #define HALF(phase, term) \
-    { &term_weights[phase][term], term##Last - term + 1 }
+    { #term, phase, &term_weights[phase][term], term##Last - term + 1 }
 #define BOTH(term) HALF(0, term), HALF(1, term)
 #define FIELD(field) \
-    { reinterpret_cast<int*>(&(field)), int(sizeof(field) / sizeof(int)) }
+    { #field, -1, reinterpret_cast < int*>(&(field)), int(sizeof(field) / sizeof(int)) }
 const ValueRow value_rows[ValueRowCount] = {
     FIELD(weights.imbalance),
     FIELD(tuned.EndingThreshold),
     FIELD(tuned.QueenlessEndingThreshold),
-    {nullptr, 6},
+    {"unused", -1, nullptr, 6},
     FIELD(weights.added),
     BOTH(PawnSquares),
     BOTH(BishopSquares),
@@ -151,11 +152,19 @@ void LoadValues(const char* file_name) {
     AttackerScale = default_attacker_scale;
 }
 
+// Written beside the target first: a file cut short by a full disk would be read as valid.
 bool SaveValues(const char* file_name) {
-    std::FILE* file = std::fopen(file_name, "w");
+    const std::string temporary = std::string(file_name) + ".new";
+    std::FILE* file = std::fopen(temporary.c_str(), "w");
     if (!file) return false;
     for (const ValueRow& row : value_rows)
         for (int i = 0; i < row.count; ++i) std::fprintf(file, "%d\n", row.target ? row.target[i] : 0);
-    const bool written = !std::ferror(file);
-    return (std::fclose(file) == 0) && written;
+    bool written = !std::ferror(file);
+    written &= std::fclose(file) == 0;
+    if (written && std::rename(temporary.c_str(), file_name) != 0) {
+        std::remove(file_name);  // some systems do not rename onto a file
+        written = std::rename(temporary.c_str(), file_name) == 0;
+    }
+    if (!written) std::remove(temporary.c_str());
+    return written;
 }

@@ -1,8 +1,10 @@
 // eval_parameters_test.cpp - the named list, "values.txt", and changing weights under a game.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <set>
 #include <string>
@@ -116,6 +118,27 @@ TEST_F(Parameters, FullFileFillsEveryWeightInOrder) {
     EXPECT_EQ(weights.kpk_bonus, 356);
     EXPECT_EQ(weights.area_factor, 357);
     EXPECT_EQ(term_weights[1][RookSeventh], 378);
+}
+
+// The page that explains the file names every row in its order and place.
+TEST_F(Parameters, DocumentedOrderIsTheOrderOfTheFile) {
+    std::ifstream page(CORVANTIS_SOURCE_DIR "/doc/values.md");
+    ASSERT_TRUE(page.is_open());
+    std::vector<std::string> documented;
+    for (std::string line; std::getline(page, line);)
+        if (line.rfind("| ", 0) == 0 && std::isdigit(line[2]))
+            documented.push_back(line.substr(0, line.rfind("` |") + 1));
+    size_t place = 1, i = 0;
+    ASSERT_EQ(documented.size(), std::size(value_rows));
+    for (const ValueRow& row : value_rows) {
+        std::string expected = "| " + std::to_string(place);
+        if (row.count > 1) expected += "-" + std::to_string(place + size_t(row.count) - 1);
+        expected += std::string(" | `") + row.name;
+        if (row.phase >= 0) expected += row.phase == 0 ? " opening" : " endgame";
+        EXPECT_EQ(documented[i++], expected + "`");
+        place += size_t(row.count);
+    }
+    EXPECT_EQ(place, size_t(FileValueCount) + 1);
 }
 
 TEST_F(Parameters, ShortFileLeavesTheRest) {

@@ -3,12 +3,13 @@
 //
 //   corvantis_bench_signature [DEPTH]
 //
-// One line a position, then "N nodes M nps" as the last line.
+// One line a position, what the evaluation's caches did, then "N nodes M nps" as the last line.
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
 #include <cstdlib>
 
+#include "eval/evaluate.h"
 #include "tools/common/signature.h"
 
 int main(int argc, char** argv) {
@@ -30,6 +31,13 @@ int main(int argc, char** argv) {
         std::fflush(stdout);
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    const EvaluationCounters& e = evaluation_counters;
+    const auto percent = [](uint64_t part, uint64_t whole) { return whole ? 100.0 * double(part) / double(whole) : 0; };
+    std::printf("%" PRIu64 " evaluations: %.1f %% by material alone, %.1f %% from the cache, %.1f %% in full\n",
+                e.calls, percent(e.lazy, e.calls), percent(e.cache_hits, e.calls),
+                percent(e.calls - e.lazy - e.cache_hits, e.calls));
+    std::printf("%" PRIu64 " pawn structures: %.1f %% from the pawn hash\n", e.pawn_calls,
+                percent(e.pawn_hits, e.pawn_calls));
     std::printf("%" PRId64 " nodes %" PRId64 " nps\n", total, int64_t(double(total) / (seconds > 0 ? seconds : 1)));
     return 0;
 }
