@@ -163,6 +163,13 @@ template <Colour Us, bool Traced> void AttackOnKing() {
 
     tally.Add(KingPressure + PressureUnits<Us>(king));
 
+    const Position& p = thread_board;
+    const Bitboard zone = evaluation_masks.king_zone[Them][king];
+    for (Bitboard rest = p.pieces[ROOK][Us]; rest;) {
+        const int file = FileOf(PopLowest(rest));
+        if ((zone & FileMask(file)) && !(info.pawn.files[Us] >> file & 1)) tally.Add(RookOnKingFile);
+    }
+
     const Bitboard camp = Them == WHITE ? ~Bitboard(0) >> 24 : ~Bitboard(0) << 24;
     const Bitboard wing = Wing(FileOf(king)) & camp;
     tally.Add(FlankAttack, PopCount(info.attacks[Us] & wing));

@@ -13,8 +13,6 @@
 
 namespace {
 
-// A pawn out of the enemy king's reach: this much, less a part for each step it has to go.
-constexpr int RunnerBonus = 400, RunnerStep = 40;
 // Plies by which one side must promote first, so that the other has no time to follow.
 constexpr int DecisivePlies = 3;
 constexpr int NoRunner = 99;
@@ -124,7 +122,7 @@ template <Colour Us, bool Traced> int PassedPawnScore() {
     return Blend(OpeningOf(tally.score), EndgameOf(tally.score), info.current_phase) + supported;
 }
 
-int RunnerValue(int moves) { return RunnerBonus - RunnerStep * moves; }
+int RunnerValue(int moves) { return weights.runner_bonus - weights.runner_step * moves; }
 
 }  // namespace
 

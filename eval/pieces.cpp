@@ -38,6 +38,18 @@ template <Colour Us> bool IsBoxed(Square rook) {
     return (king_file >= 5 && rook_file >= king_file) || (king_file <= 2 && rook_file <= king_file);
 }
 
+// Does a single man stand between our queen and an enemy bishop or rook?
+template <Colour Us> bool IsShadowed(Square queen) {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    Bitboard sliders = (rook_rays[queen] & p.pieces[ROOK][Them]) | (bishop_rays[queen] & p.pieces[BISHOP][Them]);
+    while (sliders) {
+        const Bitboard men = between[queen][PopLowest(sliders)] & p.occupied;
+        if (men && !MoreThanOne(men)) return true;
+    }
+    return false;
+}
+
 // Squares defended by a pawn in the enemy's half or before it, where no enemy pawn can ever
 // come to attack.
 template <Colour Us> Bitboard OutpostSquares() {
@@ -118,6 +130,7 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
 
     if (const Bitboard bishops = p.pieces[BISHOP][Us]) {
         const int light = Us == WHITE ? info.pawn.light_pawns & 15 : info.pawn.light_pawns >> 4;
+        const Bitboard blocked = own_pawns & ShiftBackward<Us>(p.occupied);
         const int surplus = 2 * light - p.PieceCount[PAWN][Us];  // light less dark pawns
         for (Bitboard rest = bishops; rest;) {
             const Square s = PopLowest(rest);
@@ -126,12 +139,16 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
             sets.Join(attacked, weights.danger_bishop);
             tally.Add(BishopMobility + mobile(s, attacked));
             tally.Add(BadBishopPawn, Bit(s) & LightSquares ? surplus : -surplus);
+            if (const Bitboard own = blocked & (Bit(s) & LightSquares ? LightSquares : DarkSquares))
+                tally.Add(BlockedBishopPawn, PopCount(own));
             if (outposts & Bit(s)) tally.Add(BishopOutpost);
-            tally.Add(BishopKingDistance, Distance(s, king));
             if (const Bitboard faced = bishop_rays[s] & enemy_pawns) tally.Add(BishopFacesPawn, PopCount(faced));
             if (MoreThanOne((attacked | Bit(s)) & Centre)) tally.Add(BishopLongDiagonal);
         }
-        if (MoreThanOne(bishops)) tally.Add(BishopPair);
+        if (MoreThanOne(bishops)) {
+            tally.Add(BishopPair);
+            tally.Add(BishopPairPerPawn, pawns_above_usual);
+        }
         if (rammed) tally.Add(ClosedBishop, p.PieceCount[BISHOP][Us] * rammed);
         if (bishops & (Us == WHITE ? Bitboard(0x81) << 48 : Bitboard(0x81) << 8))
             tally.Add(TrappedBishop, TrappedBishops<Us>(bishops));
@@ -160,6 +177,7 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
         }
         const int count = p.PieceCount[ROOK][Us];
         tally.Add(RookPerPawn, count * pawns_above_usual);
+        if (MoreThanOne(rooks)) tally.Add(RookPair);
         if (rammed) tally.Add(ClosedRook, count * rammed);
     }
 
@@ -169,6 +187,7 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
         by_queens |= attacked;
         sets.Join(attacked, weights.danger_queen);
         tally.Add(QueenMobility + mobile(s, attacked));
+        if (IsShadowed<Us>(s)) tally.Add(QueenShadowed);
     }
 
     info.attacks_of[Us][PAWN] = info.pawn_attacks[Us];

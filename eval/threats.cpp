@@ -70,6 +70,10 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
 
     tally.Add(Restricted, PopCount(theirs & ours & ~held));
 
+    constexpr Bitboard advanced =
+        RelativeRankMask(Us, 3) | RelativeRankMask(Us, 4) | RelativeRankMask(Us, 5) | RelativeRankMask(Us, 6);
+    tally.Add(ControlledSquare, PopCount(ours & ~theirs & advanced));
+
     if (const Bitboard queens = p.pieces[QUEEN][Them]; queens && !MoreThanOne(queens)) {
         const Square queen = LowestSquare(queens);
         const Bitboard free = ~(held | own_pawns | info.pawn_attacks[Them]);
