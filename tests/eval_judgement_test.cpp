@@ -61,7 +61,30 @@ const Pair pairs[] = {
     {"a backward pawn on a half-open file", "r3k1n1/pp3ppp/8/3p4/8/2PP4/PP3PPP/R3K1N1 w - - 0 1",
      "r3k1n1/pp3ppp/4p3/3p4/2P5/3P4/PP3PPP/R3K1N1 w - - 0 1"},
 
+    {"connected, not apart and isolated", "4k1n1/6pp/8/8/2PP4/8/6PP/4K1N1 w - - 0 1",
+     "4k1n1/6pp/8/8/1P1P4/8/6PP/4K1N1 w - - 0 1"},
+    {"the enemy king far from the passed pawn", "8/8/8/3P4/8/6k1/6pp/4K1N1 w - - 0 1",
+     "8/3k4/8/3P4/8/8/6pp/4K1N1 w - - 0 1"},
+
+    // Threats.
+    {"an enemy knight under a pawn, not beside it", "r1bqkb1r/pppppppp/8/8/4n3/3P4/PPP1PPPP/RNBQKBNR w KQkq - 0 1",
+     "r1bqkb1r/pppppppp/8/8/5n2/3P4/PPP1PPPP/RNBQKBNR w KQkq - 0 1"},
+    {"a defended enemy pawn under our bishop is less than an undefended one",
+     "4k3/1p3ppp/8/3p4/4B3/8/PPP3PP/4K2R w K - 0 1", "4k3/5ppp/2p5/3p4/4B3/8/PPP3PP/4K2R w K - 0 1"},
+    {"more room behind the pawns", "rnbqkbnr/8/pppppppp/8/2PPPP2/8/PP4PP/RNBQKBNR w KQkq - 0 1",
+     "rnbqkbnr/8/pppppppp/8/8/2PPPP2/PP4PP/RNBQKBNR w KQkq - 0 1"},
+
+    // More of kings.
+    {"a pawn storm that has come closer", "r4rk1/ppp2ppp/2n5/6P1/7P/2N5/PPPQ1P2/2KR3R w - - 0 1",
+     "r4rk1/ppp2ppp/2n5/8/8/2N5/PPPQ1PPP/2KR3R w - - 0 1"},
+    {"a safe check in the air", "r4rk1/pp3p1p/2n5/6NQ/8/8/PP3PPP/R4RK1 w - - 0 1",
+     "r4rk1/pp3p1p/2n5/8/8/5N2/PP1Q1PPP/R4RK1 w - - 0 1"},
+
     // Endings.
+    {"pawns on both wings help the side ahead", "4k3/p5pp/4n3/8/8/4N3/PP4PP/4K3 w - - 0 1",
+     "4k3/5ppp/4n3/8/8/4N3/4PPPP/4K3 w - - 0 1"},
+    {"a pawn more, less with opposite bishops beside the rooks", "r3k3/pp2bppp/8/8/8/4B3/PPP2PPP/R3K3 w - - 0 1",
+     "r3k3/pp2bppp/8/8/8/3B4/PPP2PPP/R3K3 w - - 0 1"},
     {"rook against bishop is hard to win, against a pawn more it is not", "4k3/8/8/8/3b4/8/P7/R3K3 w - - 0 1",
      "4k3/8/8/8/3b4/8/8/R3K3 w - - 0 1"},
     {"a lone king in the corner", "k7/8/2K5/8/8/8/8/7R w - - 0 1", "8/8/2K1k3/8/8/8/8/7R w - - 0 1"},
