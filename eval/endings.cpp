@@ -10,111 +10,45 @@
 
 #include "board/attacks.h"
 #include "eval/eval_info.h"
+#include "eval/known_endings.h"
 #include "eval/kpk.h"
 #include "eval/material.h"
+#include "eval/mating.h"
 
 namespace {
 
 constexpr int Unchanged = 256;
-constexpr int HardToWin = Unchanged / 4;  // a minor piece up without pawns and the like
+constexpr int HardToWin = Unchanged / 6;  // a minor piece up without pawns and the like
 constexpr int BishopsAgainstKnight = Unchanged / 2;
-constexpr int FortressFactor = Unchanged / 8;  // queen against a protected pawn on the seventh
-constexpr int LoneKingWin = 400;               // on top of material: this is won
-constexpr int EdgePush = 10, KingsTogether = 8, CornerPush = 12;
+constexpr int FewMen = 8;          // more than that, and no ending here is meant
+constexpr int MatingPieces = 250;  // pieces that mate, against a king without any
 
 constexpr int SignFor(Colour c) { return c == BLACK ? 1 : -1; }
 
-// Steps from the four middle squares: 0 in the centre .. 6 in a corner.
-int CentreDistance(Square s) {
-    const int f = FileOf(s), r = RankOf(s);
-    return (f < 4 ? 3 - f : f - 4) + (r < 4 ? 3 - r : r - 4);
-}
-
-template <Colour Us> Square PromotionSquareOf(Square pawn) { return Us == WHITE ? (pawn & 7) + 56 : (pawn & 7); }
-
-// Us has pieces, the enemy a lone king: material, and where the kings should stand.
-template <Colour Us> int LoneKingScore() {
-    constexpr Colour Them = ChangeSide(Us);
-    const Position& p = thread_board;
-    const Square own = p.king_square[Us], enemy = p.king_square[Them];
-    const Bitboard bishops = p.pieces[BISHOP][Us];
-    if (p.NonPawnMaterial[Us] == 3 * p.PieceCount[BISHOP][Us]
-        && (!(bishops & LightSquares) || !(bishops & DarkSquares)))
-        return 0;  // bishops of one colour never mate
-    int score = p.Material[Us] + LoneKingWin + KingsTogether * (7 - Distance(own, enemy));
-    const bool bishop_and_knight = p.NonPawnMaterial[Us] == 6 && p.PieceCount[BISHOP][Us] == 1;
-    if (bishop_and_knight) {
-        // Only the corners of the bishop's colour mate.
-        const bool light = bishops & LightSquares;
-        const Square corner1 = light ? H1 : A1, corner2 = light ? A8 : H8;
-        const int steps = std::min(Distance(enemy, corner1), Distance(enemy, corner2));
-        score += CornerPush * (7 - steps) + EdgePush * CentreDistance(enemy) / 2;
-    } else {
-        score += EdgePush * CentreDistance(enemy);
-    }
-    return score;
-}
-
-// Us has rook pawns on one file and nothing else, or bishops that do not control the
-// promotion square as well, and the enemy king holds the corner.
-template <Colour Us> bool WrongCorner() {
-    constexpr Colour Them = ChangeSide(Us);
-    const Position& p = thread_board;
-    const Bitboard pawns = p.pieces[PAWN][Us], bishops = p.pieces[BISHOP][Us];
-    if (!pawns || ((pawns & ~FileA) && (pawns & ~FileH))) return false;
-    if (p.NonPawnMaterial[Us] != 3 * p.PieceCount[BISHOP][Us]) return false;
-    const Square goal = pawns & FileA ? PromotionSquareOf<Us>(A1) : PromotionSquareOf<Us>(H1);
-    const Bitboard goal_colour = Bit(goal) & LightSquares ? LightSquares : DarkSquares;
-    if (bishops & goal_colour) return false;
-    return Distance(p.king_square[Them], goal) <= 1 && !(Bit(p.king_square[Us]) & (king_attacks[goal] | Bit(goal)));
-}
-
-// Queen against a pawn on its seventh rank, or rook against any pawn: the pawn's side holds
-// when its king is at hand and the other king far. Returns the factor for Us's lead.
-template <Colour Us> int HeavyAgainstPawn() {
-    constexpr Colour Them = ChangeSide(Us);
-    const Position& p = thread_board;
-    const Square pawn = LowestSquare(p.pieces[PAWN][Them]);
-    const Square goal = PromotionSquareOf<Them>(pawn);
-    const int rank = RelativeRank(Them, pawn);
-    const int own_distance = Distance(p.king_square[Us], goal);
-    const int enemy_distance = Distance(p.king_square[Them], goal);
-    const int to_move = p.SideToMove == Us;
-    if (p.PieceCount[QUEEN][Us]) {
-        const bool drawing_file = Bit(pawn) & (FileA | FileMask(2) | FileMask(5) | FileH);
-        if (rank == 6 && drawing_file && enemy_distance <= 1 && own_distance - to_move > 3) return FortressFactor;
-        return Unchanged;
-    }
-    // The rook wins when its king comes before the pawn, or the pawn is cut off from its king.
-    if (own_distance - to_move < 7 - rank + 1 && own_distance - to_move <= enemy_distance) return Unchanged;
-    if (Distance(p.king_square[Them], pawn) > 2 + (1 - to_move) && rank < 6) return Unchanged;
-    if (rank >= 4) return HardToWin;
-    return rank >= 3 ? Unchanged / 2 : Unchanged;
-}
-
-// How much of a lead of Us survives, by material.
-template <Colour Us> int LeadScale() {
+// At most a minor piece more does not win without pawns; two bishops against a knight do, with
+// trouble. 256 = nothing lost.
+template <Colour Us> int PawnlessFactor() {
     constexpr Colour Them = ChangeSide(Us);
     const Position& p = thread_board;
     const auto& n = p.PieceCount;
-    int scale = Unchanged;
-    if (n[QUEEN][Us] <= 2 && n[ROOK][Us] <= 2 && n[BISHOP][Us] <= 2 && n[KNIGHT][Us] <= 2 && n[PAWN][Us] <= 8)
-        scale = material_scale[Us][n[QUEEN][Us]][n[ROOK][Us]][n[BISHOP][Us]][n[KNIGHT][Us]][n[PAWN][Us]];
+    const int units = p.NonPawnMaterial[Us], enemy_units = p.NonPawnMaterial[Them];
+    if (n[PAWN][Us] || enemy_units == 0 || units - enemy_units > 3) return Unchanged;
+    const bool bishops_against_knight = n[BISHOP][Us] == 2 && units == 6 && n[KNIGHT][Them] == 1 && enemy_units == 3;
+    return bishops_against_knight ? BishopsAgainstKnight : HardToWin;
+}
 
-    if (n[PAWN][Us] == 0) {
-        const int lead = p.NonPawnMaterial[Us] - p.NonPawnMaterial[Them];
-        if (p.NonPawnMaterial[Them] == 0 && n[PAWN][Them] == 1 && p.piece_total == 4 && (n[ROOK][Us] || n[QUEEN][Us])) {
-            thread_eval_info.SymmetryValid = 0;  // a matter of who is to move
-            return scale * HeavyAgainstPawn<Us>() / Unchanged;
-        }
-        // At most a minor piece more does not win without pawns. Two bishops against a
-        // knight do, with trouble.
-        if (lead <= 3 && p.NonPawnMaterial[Them] > 0) {
-            const bool bishops_against_knight = n[BISHOP][Us] == 2 && p.NonPawnMaterial[Us] == 6 && n[KNIGHT][Them] == 1
-                && p.NonPawnMaterial[Them] == 3;
-            scale = scale * (bishops_against_knight ? BishopsAgainstKnight : HardToWin) / Unchanged;
-        }
-    }
+// The factor of material_scale for Us's men.
+template <Colour Us> int MaterialScale() {
+    const auto& n = thread_board.PieceCount;
+    if (n[QUEEN][Us] > 2 || n[ROOK][Us] > 2 || n[BISHOP][Us] > 2 || n[KNIGHT][Us] > 2 || n[PAWN][Us] > 8)
+        return Unchanged;
+    return material_scale[Us][n[QUEEN][Us]][n[ROOK][Us]][n[BISHOP][Us]][n[KNIGHT][Us]][n[PAWN][Us]];
+}
+
+// How much of a lead of Us survives, by material and by what theory knows of few men.
+template <Colour Us> int LeadScale() {
+    int scale = MaterialScale<Us>() * PawnlessFactor<Us>() / Unchanged;
+    if (thread_board.piece_total <= FewMen) scale = scale * KnownLeadFactor<Us>() / Unchanged;
     return scale;
 }
 
@@ -138,6 +72,46 @@ bool KingPawnKing() {
         info.accumulator = SignFor(owner) * ((600 - 100 * rank) / 2 + weights.kpk_bonus);
     }
     return true;
+}
+
+// Us is the side with pawns or the better pieces. True when the accumulator is the whole score.
+template <Colour Us> bool Settled() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    EvalInfo& info = thread_eval_info;
+    const auto& n = p.PieceCount;
+    const int units = p.NonPawnMaterial[Us], enemy_units = p.NonPawnMaterial[Them];
+    int score;
+    if (n[PAWN][Us] == 0 && n[PAWN][Them] == 0) {
+        if (units - enemy_units < 4 || info.cannot_win[Us]) return false;
+        score = MatingScore<Us>();
+    } else if (n[PAWN][Us] == 0) {
+        if (p.piece_total != 4 || n[PAWN][Them] != 1 || units < 5) return false;
+        info.SymmetryValid = 0;
+        score = HeavyAgainstPawnScore<Us>();
+    } else {
+        return n[PAWN][Them] == 0 && enemy_units == 0 && BareKingHolds<Us>();
+    }
+    info.accumulator = SignFor(Us) * (score + MaterialAdd<Us>()) * MaterialScale<Us>() / Unchanged;
+    return true;
+}
+
+// Pieces that mate, or a pawn that promotes even without the others' help, against a bare king.
+template <Colour Us> int AgainstBareKing() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const auto& n = p.PieceCount;
+    if (p.NonPawnMaterial[Them] || n[PAWN][Them] || !n[PAWN][Us]) return 0;
+    if (p.MajorUnits[Us] || n[BISHOP][Us] + n[KNIGHT][Us] >= 2) return MatingPieces;
+    if (p.NonPawnMaterial[Us]) return 0;
+    thread_eval_info.SymmetryValid = 0;
+    for (Bitboard rest = p.pieces[PAWN][Us]; rest;) {
+        const Square pawn = PopLowest(rest);
+        if (evaluation_masks.front_span[Us][pawn] & p.occupied) continue;
+        if (KpkWon(Us, p.king_square[Us], p.king_square[Them], pawn, Colour(p.SideToMove)))
+            return weights.kpk_bonus / 2;
+    }
+    return 0;
 }
 
 // Pieces or rook against a side without pieces but with pawns.
@@ -170,24 +144,11 @@ bool EvaluateLowMaterial() {
     info.accumulator = 0;
     if (info.cannot_win[WHITE] && info.cannot_win[BLACK]) return true;
 
-    const int white_pawns = p.PieceCount[PAWN][WHITE], black_pawns = p.PieceCount[PAWN][BLACK];
-    if (p.piece_total == 3 && white_pawns + black_pawns == 1) return KingPawnKing();
-    if (p.NonPawnMaterial[WHITE] == 0 && white_pawns == 0) {
-        if (black_pawns == 0) {
-            info.accumulator = LoneKingScore<BLACK>();
-            return true;
-        }
-        if (WrongCorner<BLACK>()) return true;
-    }
-    if (p.NonPawnMaterial[BLACK] == 0 && black_pawns == 0) {
-        if (white_pawns == 0) {
-            info.accumulator = -LoneKingScore<WHITE>();
-            return true;
-        }
-        if (WrongCorner<WHITE>()) return true;
-    }
+    if (p.piece_total == 3 && p.PieceCount[PAWN][WHITE] + p.PieceCount[PAWN][BLACK] == 1) return KingPawnKing();
+    if (p.piece_total <= FewMen && (Settled<WHITE>() || Settled<BLACK>())) return true;
 
-    info.accumulator = info.material + MaterialAdd<BLACK>() - MaterialAdd<WHITE>() + RookAgainstPawns();
+    info.accumulator = info.material + MaterialAdd<BLACK>() - MaterialAdd<WHITE>() + RookAgainstPawns()
+        + AgainstBareKing<BLACK>() - AgainstBareKing<WHITE>();
     info.lead_scale[WHITE] = LeadScale<WHITE>();
     info.lead_scale[BLACK] = LeadScale<BLACK>();
     return false;
@@ -276,7 +237,9 @@ template <Colour Leader> int LeaderScaled(int score, int& spread) {
         spread = Scaled(spread, weights.area_factor);
     }
     if (info.cannot_win[Leader]) return 0;
-    score = Scaled(score, info.lead_scale[Leader]);
+    // With more material than the low-material evaluator looks at, pawns may be gone as well.
+    const bool low = std::min(own_units, other_units) < tuned.EndingThreshold;
+    score = Scaled(score, low ? info.lead_scale[Leader] : PawnlessFactor<Leader>());
 
     if (own_units != other_units || own_units >= 6) return score;
     const bool bishops_only = own_units == 3 && p.PieceCount[BISHOP][Leader] == 1 && p.PieceCount[BISHOP][Other] == 1;

@@ -4,8 +4,8 @@
 // gain positive). SideOpening[c] and SideEndgame[c] are c's own gain. The sign is turned to
 // the side to move once, at the end of EvaluatePosition().
 //
-// State: thread_eval_info, rebuilt by every EvaluatePosition(); only the pawn record in it
-// survives a call (it is the one-record cache in front of the pawn hash).
+// State: thread_eval_info, rebuilt by every EvaluatePosition(); only the pawn record in it (the
+// one-record cache in front of the pawn hash) and the covers survive a call.
 #pragma once
 
 #include "board/position.h"
@@ -27,6 +27,14 @@ struct PawnRecord {
     int Passed(Colour c) const { return c == WHITE ? passed_white : passed_black; }
 };
 static_assert(sizeof(PawnRecord) == 24);
+
+// The pawn cover of a king, as last worked out.
+struct CoverMemo {
+    static constexpr uint32_t Filled = 1u << 31;
+    uint64_t pawn_key;
+    uint32_t place;  // Filled | king square << 8 | castling rights; 0: nothing yet
+    PackedScore score;
+};
 
 struct EvalInfo {
     int accumulator;
@@ -50,10 +58,17 @@ struct EvalInfo {
     Bitboard attacked_twice[2];  // [colour] by two or more, king included
     Bitboard attacks_of[2][8];   // [colour][piece type]
     Bitboard pinned[2];          // [colour] own men that stand alone before their king
+    CoverMemo cover[2];          // [colour of the king]
     PawnRecord pawn;
     bool pawn_valid;  // false until `pawn` has been filled
 };
 extern EvalInfo thread_eval_info;
+
+// After weights have changed: what is kept from earlier calls is of no use any more.
+inline void ForgetPawns() {
+    thread_eval_info.pawn_valid = false;
+    thread_eval_info.cover[WHITE].place = thread_eval_info.cover[BLACK].place = 0;
+}
 
 // May the king of c be treated as in an ending?
 inline bool Ending(Colour c) {

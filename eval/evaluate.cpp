@@ -435,7 +435,7 @@ bool AllocateEvalCache(uint32_t entries) {
 void FreeEvaluationTables() {
     AllocateEvalCache(0);
     FreePawnHash();
-    thread_eval_info.pawn_valid = false;
+    ForgetPawns();
 }
 
 void ClearEvaluationTables() {

@@ -78,12 +78,13 @@ template <Colour Us, bool Traced> void KingAttack() {
 // The most places of pawns looked at: one own and one enemy pawn on each of three files.
 constexpr int CoverSlots = 6;
 
-// The weights that the pawns before a king of Them on `king` add, and their sum in the opening.
+// The weights that the pawns before a king add, and their sum.
 struct Cover {
-    int slots[CoverSlots], count = 0, opening = 0;
+    int slots[CoverSlots], count = 0;
+    PackedScore sum = 0;
     void Note(int slot) {
         slots[count++] = slot;
-        opening += OpeningOf(packed_terms[slot]);
+        sum += packed_terms[slot];
     }
 };
 
@@ -105,6 +106,21 @@ template <Colour Them> Cover PawnCover(Square king) {
         cover.Note((own_rank && own_rank == rank - 1 ? StoppedStormPawn : StormPawn) + rank);
     }
     return cover;
+}
+
+// A king that may castle counts as being where his pawns are best.
+template <Colour Them> Cover BestCover() {
+    constexpr int KingSide = Them == WHITE ? WhiteKingSide : BlackKingSide;
+    constexpr int QueenSide = Them == WHITE ? WhiteQueenSide : BlackQueenSide;
+    const int castling = thread_board.castling;
+    Cover best = PawnCover<Them>(thread_board.king_square[Them]);
+    const auto consider = [&](Square king) {
+        const Cover other = PawnCover<Them>(king);
+        if (OpeningOf(other.sum) < OpeningOf(best.sum)) best = other;
+    };
+    if (castling & KingSide) consider(Them == WHITE ? G1 : G8);
+    if (castling & QueenSide) consider(Them == WHITE ? C1 : C8);
+    return best;
 }
 
 // Pressure units on the king of Them, see weights.def.
@@ -145,21 +161,22 @@ constexpr Bitboard Wing(int file) {
 
 template <Colour Us, bool Traced> void AttackOnKing() {
     constexpr Colour Them = ChangeSide(Us);
-    constexpr int KingSide = Them == WHITE ? WhiteKingSide : BlackKingSide;
-    constexpr int QueenSide = Them == WHITE ? WhiteQueenSide : BlackQueenSide;
     EvalInfo& info = thread_eval_info;
     if (info.ending[Them]) return;
     const Square king = thread_board.king_square[Them];
-    const int castling = thread_board.castling;
     Tally<Traced> tally(Us);
 
-    // A king that may castle counts as being where his pawns are best.
-    Cover cover = PawnCover<Them>(king);
-    if (castling & KingSide)
-        if (const Cover other = PawnCover<Them>(Them == WHITE ? G1 : G8); other.opening < cover.opening) cover = other;
-    if (castling & QueenSide)
-        if (const Cover other = PawnCover<Them>(Them == WHITE ? C1 : C8); other.opening < cover.opening) cover = other;
-    for (int i = 0; i < cover.count; ++i) tally.Add(cover.slots[i]);
+    if constexpr (Traced) {
+        const Cover cover = BestCover<Them>();
+        for (int i = 0; i < cover.count; ++i) tally.Add(cover.slots[i]);
+    } else {
+        // Pawns and king stay while other men move: the last answer often serves again.
+        CoverMemo& memo = info.cover[Them];
+        const uint64_t key = thread_board.pawn_key;
+        const uint32_t place = CoverMemo::Filled | uint32_t(king) << 8 | uint32_t(thread_board.castling);
+        if (memo.pawn_key != key || memo.place != place) memo = {key, place, BestCover<Them>().sum};
+        tally.score += memo.score;
+    }
 
     tally.Add(KingPressure + PressureUnits<Us>(king));
 

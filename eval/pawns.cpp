@@ -187,7 +187,7 @@ template void ProbePawns<true>();
 
 bool AllocatePawnHash(uint32_t entries) {
     FreePawnHash();
-    thread_eval_info.pawn_valid = false;
+    ForgetPawns();
     if (entries == 0) return true;
     pawn_hash = static_cast<PawnRecord*>(AllocateZeroed(HashBytes(entries)));
     if (!pawn_hash) return false;
@@ -203,5 +203,5 @@ void FreePawnHash() {
 
 void ClearPawnHash() {
     if (pawn_hash) std::memset(pawn_hash, 0, size_t(pawn_slots.count) * sizeof(PawnRecord));
-    thread_eval_info.pawn_valid = false;
+    ForgetPawns();
 }

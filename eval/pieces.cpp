@@ -38,18 +38,6 @@ template <Colour Us> bool IsBoxed(Square rook) {
     return (king_file >= 5 && rook_file >= king_file) || (king_file <= 2 && rook_file <= king_file);
 }
 
-// Does a single man stand between our queen and an enemy bishop or rook?
-template <Colour Us> bool IsShadowed(Square queen) {
-    constexpr Colour Them = ChangeSide(Us);
-    const Position& p = thread_board;
-    Bitboard sliders = (rook_rays[queen] & p.pieces[ROOK][Them]) | (bishop_rays[queen] & p.pieces[BISHOP][Them]);
-    while (sliders) {
-        const Bitboard men = between[queen][PopLowest(sliders)] & p.occupied;
-        if (men && !MoreThanOne(men)) return true;
-    }
-    return false;
-}
-
 // Squares defended by a pawn in the enemy's half or before it, where no enemy pawn can ever
 // come to attack.
 template <Colour Us> Bitboard OutpostSquares() {
@@ -173,7 +161,6 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
             if (RelativeRank(Us, s) == 6
                 && (RelativeRank(Us, p.king_square[Them]) == 7 || (enemy_pawns & RelativeRankMask(Us, 6))))
                 tally.Add(RookSeventh);
-            if (p.pieces[QUEEN][Them] & FileMask(FileOf(s))) tally.Add(RookFacesQueen);
         }
         const int count = p.PieceCount[ROOK][Us];
         tally.Add(RookPerPawn, count * pawns_above_usual);
@@ -187,7 +174,6 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
         by_queens |= attacked;
         sets.Join(attacked, weights.danger_queen);
         tally.Add(QueenMobility + mobile(s, attacked));
-        if (IsShadowed<Us>(s)) tally.Add(QueenShadowed);
     }
 
     info.attacks_of[Us][PAWN] = info.pawn_attacks[Us];

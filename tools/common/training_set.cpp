@@ -76,7 +76,7 @@ double FitScale(const std::vector<float>& scores, const std::vector<float>& resu
 
 int StaticScore(const Position& position, bool traced) {
     thread_board = position;
-    thread_eval_info.pawn_valid = false;  // the record may be of other weights
+    ForgetPawns();  // the record may be of other weights
     int score = 0;
     if (traced) TracePosition(score);
     else EvaluatePosition(score);

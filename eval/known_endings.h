@@ -1,0 +1,14 @@
+// known_endings.h - endings with pawns whose result is known from theory.
+#pragma once
+
+#include "board/types.h"
+
+// Each answers for the side Us that has the better pieces or the pawns. None allocates or
+// searches; the caller dispatches by material.
+
+// Is the enemy's bare king certain to hold? Us has pawns and perhaps minor pieces.
+template <Colour Us> bool BareKingHolds();
+// Queen or rook of Us against one pawn: centipawns for Us. Depends on the side to move.
+template <Colour Us> int HeavyAgainstPawnScore();
+// What is left of a lead of Us, 256 = all. Does not depend on the side to move.
+template <Colour Us> int KnownLeadFactor();

@@ -1,0 +1,90 @@
+// mating.cpp - endings without pawns that are won: where the losing king has to go.
+//
+// The mate is mostly too far away to be searched out, so the score has to lead there: every
+// step on the way must be a step up that a search of some ten plies can see. The terms measure
+// how far the losing king is from where it is mated, how near the winning king is, and what
+// keeps the defender's men from helping; nothing else, since any other wish would lie across
+// that way.
+//
+// Evaluate() lets every score fade as the fifty moves go by. Here that does harm: a mate that
+// takes thirty moves is on schedule, yet each position that the search's table remembers from
+// earlier moves, at its full worth, would look better than any progress, and the winner would
+// walk in circles. WithoutFading() takes the fading back; such scores are not cached.
+#include "eval/mating.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "board/attacks.h"
+#include "eval/eval_info.h"
+#include "eval/masks.h"
+
+namespace {
+
+constexpr int LoneKingWin = 400;  // on top of material: this is won
+constexpr int QueenAgainstRookWin = 200, BetterPiecesWin = 100;
+constexpr int EdgePush = 10, KingsTogether = 8;
+// Bishop and knight. The diagonal outweighs all else: leaving the wrong corner means letting
+// the king walk along the edge, away from ours.
+constexpr int DiagonalPush = 30, BishopKnightKings = 10, KnightNear = 2, FreeSquare = 3;
+// Queen against rook.
+constexpr int QueenEdgePush = 14, QueenKings = 12, RookAway = 4;
+
+// Steps from the four middle squares: 0 in the centre .. 6 in a corner.
+int CentreDistance(Square s) {
+    const int f = FileOf(s), r = RankOf(s);
+    return (f < 4 ? 3 - f : f - 4) + (r < 4 ? 3 - r : r - 4);
+}
+
+// Distance 0..7 from the long diagonal of the colour that the bishop does not have. It grows
+// all the way along an edge from the wrong corner to the right one, where it is 7.
+int DiagonalDistance(Square s, bool light_bishop) {
+    return light_bishop ? std::abs(FileOf(s) - RankOf(s)) : std::abs(7 - FileOf(s) - RankOf(s));
+}
+
+template <Colour Us> int BishopAndKnight() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Square own = p.king_square[Us], enemy = p.king_square[Them];
+    const Square bishop = LowestSquare(p.pieces[BISHOP][Us]), knight = LowestSquare(p.pieces[KNIGHT][Us]);
+    const Bitboard covered = king_attacks[own] | knight_attacks[knight] | BishopAttacks(bishop);
+    return DiagonalPush * DiagonalDistance(enemy, Bit(bishop) & LightSquares)
+        + BishopKnightKings * (7 - Distance(own, enemy)) - KnightNear * Distance(knight, enemy)
+        - FreeSquare * PopCount(king_attacks[enemy] & ~covered);
+}
+
+template <Colour Us> int DrivingScore() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Square own = p.king_square[Us], enemy = p.king_square[Them];
+    const int units = p.NonPawnMaterial[Us], enemy_units = p.NonPawnMaterial[Them];
+    const int base = p.Material[Us] - p.Material[Them];
+    if (enemy_units == 0) {
+        const Bitboard bishops = p.pieces[BISHOP][Us];
+        if (units == 3 * p.PieceCount[BISHOP][Us] && (!(bishops & LightSquares) || !(bishops & DarkSquares)))
+            return 0;  // bishops of one colour never mate
+        if (units == 6 && p.PieceCount[BISHOP][Us] == 1) return base + LoneKingWin + BishopAndKnight<Us>();
+        return base + LoneKingWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
+    }
+    if (units == 9 && enemy_units == 5 && p.PieceCount[QUEEN][Us] == 1) {
+        // The rook is lost to a double attack once it has to leave its king.
+        return base + QueenAgainstRookWin + QueenEdgePush * CentreDistance(enemy)
+            + QueenKings * (7 - Distance(own, enemy)) + RookAway * Distance(LowestSquare(p.pieces[ROOK][Them]), enemy);
+    }
+    return base + BetterPiecesWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
+}
+
+// The score that Evaluate() turns into `score` >= 0, rounded so that nothing is lost.
+int WithoutFading(int score) {
+    const int faded = 256 - 2 * (thread_board.fifty - 8);  // as Evaluate() has it
+    thread_eval_info.Cacheable = 0;                        // the cache does not know the counter
+    if (thread_board.fifty <= 8 || thread_board.fifty > 100) return score;
+    return (score * 256 + faded - 1) / faded;
+}
+
+}  // namespace
+
+template <Colour Us> int MatingScore() { return WithoutFading(DrivingScore<Us>()); }
+
+template int MatingScore<WHITE>();
+template int MatingScore<BLACK>();

@@ -1,0 +1,10 @@
+// mating.h - endings without pawns that are won: where the losing king has to go.
+#pragma once
+
+#include "board/types.h"
+
+// Centipawns for Us, who has the better pieces: what the material is worth, more for a king
+// driven where it can be mated. The board holds no pawn of either side. Does not depend on the
+// side to move. Beyond eight plies without progress it is so much larger that the fading of
+// scores in Evaluate() leaves it as it was. Clears Cacheable.
+template <Colour Us> int MatingScore();
