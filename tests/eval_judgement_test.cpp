@@ -63,8 +63,8 @@ const Pair pairs[] = {
 
     {"connected, not apart and isolated", "4k1n1/6pp/8/8/2PP4/8/6PP/4K1N1 w - - 0 1",
      "4k1n1/6pp/8/8/1P1P4/8/6PP/4K1N1 w - - 0 1"},
-    {"the enemy king far from the passed pawn", "8/8/8/3P4/8/6k1/6pp/4K1N1 w - - 0 1",
-     "8/3k4/8/3P4/8/8/6pp/4K1N1 w - - 0 1"},
+    {"the enemy king far from the passed pawn", "4n3/p6k/8/3P4/8/8/P7/4K1N1 w - - 0 1",
+     "4n3/p2k4/8/3P4/8/8/P7/4K1N1 w - - 0 1"},
 
     // Threats.
     {"an enemy knight under a pawn, not beside it", "r1bqkb1r/pppppppp/8/8/4n3/3P4/PPP1PPPP/RNBQKBNR w KQkq - 0 1",
