@@ -6,6 +6,8 @@
 // same list of positions, so one odd position does not decide.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
+#include <utility>
 #include <vector>
 
 #include "board/attacks.h"
@@ -14,9 +16,11 @@
 #include "board/movegen.h"
 #include "board/perft.h"
 #include "board/position.h"
+#include "board/settings.h"
 #include "eval/evaluate.h"
 #include "search/search_state.h"
 #include "search/transposition.h"
+#include "tests/support/board_helpers.h"
 #include "tests/support/engine_environment.h"
 #include "tools/common/signature.h"
 
@@ -106,16 +110,53 @@ void BM_AttackersTo(benchmark::State& state) {
 }
 BENCHMARK(BM_AttackersTo);
 
-// Cold: nothing cached, the pawn structure included. Pawns known: as in most nodes of a search.
-void BM_EvaluateCold(benchmark::State& state) {
-    EachPosition(state, [&state] {
-        state.PauseTiming();
-        ClearEvaluationTables();
-        state.ResumeTiming();
-        benchmark::DoNotOptimize(Evaluate());
-    });
+// Different middlegame positions (twenty piece units a side or more) out of random games.
+const std::vector<Position>& MiddlegamePositions() {
+    static std::vector<Position> positions;
+    if (!positions.empty()) return positions;
+    constexpr int GamesEach = 40, Plies = 12, Units = 20;
+    TestRandom random{20261121};
+    for (int i = 0; i < SignaturePositions * GamesEach; ++i) {
+        SetFen(signature_fens[i % SignaturePositions]);
+        RandomGame(random, Plies, [&](const MoveList&) {
+            if (std::min(thread_board.NonPawnMaterial[WHITE], thread_board.NonPawnMaterial[BLACK]) >= Units)
+                positions.push_back(thread_board);
+        });
+    }
+    for (size_t n = positions.size(); n > 1; --n) std::swap(positions[n - 1], positions[size_t(random.Below(int(n)))]);
+    return positions;
 }
-BENCHMARK(BM_EvaluateCold)->Iterations(2000);
+
+// Every call another position. Cold: the pawn structure is worked out anew as well. The last one
+// shows what the copying of positions, part of all three, costs.
+template <typename Body> void MiddlegameBench(benchmark::State& state, Body body) {
+    const std::vector<Position>& positions = MiddlegamePositions();
+    size_t i = 0;
+    for (auto _ : state) {
+        thread_board = positions[i];
+        if (++i == positions.size()) i = 0;
+        body();
+    }
+}
+int FullEvaluation() {
+    int result = 0;
+    EvaluatePosition(result);
+    return result;
+}
+void BM_EvaluateCold(benchmark::State& state) {
+    AllocatePawnHash(0);
+    MiddlegameBench(state, [] { benchmark::DoNotOptimize(FullEvaluation()); });
+    AllocatePawnHash(PawnHashSize);
+}
+BENCHMARK(BM_EvaluateCold);
+void BM_EvaluatePawnsKnown(benchmark::State& state) {
+    MiddlegameBench(state, [] { benchmark::DoNotOptimize(FullEvaluation()); });
+}
+BENCHMARK(BM_EvaluatePawnsKnown);
+void BM_CopyPosition(benchmark::State& state) {
+    MiddlegameBench(state, [] { benchmark::DoNotOptimize(thread_board); });
+}
+BENCHMARK(BM_CopyPosition);
 
 void BM_EvaluateWarm(benchmark::State& state) {
     EachPosition(state, [] {
@@ -124,18 +165,6 @@ void BM_EvaluateWarm(benchmark::State& state) {
     state.SetItemsProcessed(int64_t(state.iterations()) * Repeats);
 }
 BENCHMARK(BM_EvaluateWarm);
-
-void BM_EvaluateFull(benchmark::State& state) {
-    EachPosition(state, [] {
-        for (int i = 0; i < Repeats; ++i) {
-            int result = 0;
-            EvaluatePosition(result);
-            benchmark::DoNotOptimize(result);
-        }
-    });
-    state.SetItemsProcessed(int64_t(state.iterations()) * Repeats);
-}
-BENCHMARK(BM_EvaluateFull);
 
 // Half of the probes hit. The table is far larger than the caches, as in play.
 void BM_TableProbe(benchmark::State& state) {
