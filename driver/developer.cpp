@@ -97,7 +97,7 @@ void EvaluateEpd() {
         if (*SkipSpaces(line) == '\0') continue;
         SetFen(line);
         SetEvaluationRoot(SideToMove());
-        int score = 0;
+        int score = NotEvaluated;
         EvaluatePosition(score);
         std::fprintf(output, "%s;%d\n", line, score);
     }

@@ -1,7 +1,8 @@
 // chances.cpp - how much of a lead is real once the pieces go.
 //
-// Leads with few pawns, all of them on one wing, are hard to convert; opposite bishops make it
-// harder still. The correction goes into the endgame half and never changes who leads.
+// A lead with few pawns, all of them on one wing, is hard to convert, and opposite bishops make it
+// harder still; with many pawns on both wings it grows. The correction goes into the endgame half
+// and never changes who leads.
 #include <algorithm>
 #include <cstdlib>
 
@@ -32,10 +33,10 @@ template <bool Traced> void EvaluateWinningChances() {
     if ((pawns & QueenWing) && (pawns & ~QueenWing)) correction += weights.chances_both_wings;
     if (RelativeRank(WHITE, p.king_square[WHITE]) > 3 || RelativeRank(BLACK, p.king_square[BLACK]) > 3)
         correction += weights.chances_infiltration;
-    if (p.NonPawnMaterial[WHITE] + p.NonPawnMaterial[BLACK] == 0) correction += weights.chances_pawns_only;
 
-    int size = std::max(std::abs(lead) + correction, 0);
-    if (lead == 0) size = 0;
+    // At most as much as the lead, so that the score does not jump where the lead changes hands.
+    int size = std::abs(lead);
+    size += std::clamp(correction, -size, size);
     // Without other pieces the special endings judge it.
     if (p.NonPawnMaterial[WHITE] + p.NonPawnMaterial[BLACK] > 6 && OppositeBishops())
         size = size * weights.opposite_bishops_pieces / 256;

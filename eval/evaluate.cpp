@@ -59,6 +59,7 @@ constexpr uint32_t MaskedEntries = 524288;  // the size whose slots are the low 
 // The style factors under which the cached scores were made; the program starts with these.
 int cached_aggressivity = 50, cached_cowardice = 50;
 
+constexpr int MostMen = 32;
 constexpr int ScoreLimit = 30000;  // scores are kept in 16 bits
 constexpr int InitialSpread = 6300;
 constexpr int TempoBonus = 8;
@@ -210,6 +211,15 @@ template <bool Traced> void EvaluateAll(int& result) {
 
     // Step 1. Clear the accumulators.
     ClearScratch();
+
+    // More men than a game has, set up by hand: the terms' sums would not fit. Material only.
+    if (p.piece_total > MostMen) {
+        CopyRecord(ComputeMaterialRecord());
+        info.accumulator = info.material = EvaluateMaterial();
+        info.SymmetryDelta = 0;
+        TraceVerdict<Traced>();
+        return Finish(result);
+    }
 
     // Step 2. Material, phases, ENDING flags.
     const int low_units = std::min(p.NonPawnMaterial[WHITE], p.NonPawnMaterial[BLACK]);
@@ -393,7 +403,7 @@ int Evaluate() {
             if (!hit) {
                 entry.score[them] = int16_t(info.SymmetryValid ? info.SymmetryDelta - score : NotEvaluated);
                 entry.material = int16_t(evaluation_material);
-                entry.spread = int16_t(EvalSpread);
+                entry.spread = int16_t(std::clamp(EvalSpread, -32767, 32767));
                 StoreSquares(entry.squares[0], evaluation_passed[WHITE]);
                 StoreSquares(entry.squares[1], evaluation_passed[BLACK]);
                 StoreSquares(entry.squares[2], evaluation_attacks[WHITE]);

@@ -26,9 +26,9 @@ constexpr int QueenAgainstRookWin = 200, BetterPiecesWin = 100;
 constexpr int EdgePush = 10, KingsTogether = 8;
 // Bishop and knight. The diagonal outweighs all else: leaving the wrong corner means letting
 // the king walk along the edge, away from ours.
-constexpr int DiagonalPush = 30, BishopKnightKings = 10, KnightNear = 2, FreeSquare = 3;
+constexpr int DiagonalPush = 30, BishopKnightKings = 10, KnightNear = 2, CentralKing = 4, CornerStep = 12;
 // Queen against rook.
-constexpr int QueenEdgePush = 14, QueenKings = 12, RookAway = 4;
+constexpr int QueenEdgePush = 20, QueenKings = 16, RookAway = 2, QueenFreeSquare = 10;
 
 // Steps from the four middle squares: 0 in the centre .. 6 in a corner.
 int CentreDistance(Square s) {
@@ -42,15 +42,36 @@ int DiagonalDistance(Square s, bool light_bishop) {
     return light_bishop ? std::abs(FileOf(s) - RankOf(s)) : std::abs(7 - FileOf(s) - RankOf(s));
 }
 
-template <Colour Us> int BishopAndKnight() {
-    constexpr Colour Them = ChangeSide(Us);
+// Knight moves from a to b, 3 for three or more.
+int KnightSteps(Square a, Square b) {
+    if (a == b) return 0;
+    if (knight_attacks[a] & Bit(b)) return 1;
+    return knight_attacks[a] & knight_attacks[b] ? 2 : 3;
+}
+
+// The king in the wrong corner comes out only against our king two squares diagonally from the
+// corner and the knight beside ours, at a knight's move from the corner: the moves still
+// missing for that.
+template <Colour Us> int StepsToOpenCorner(Square enemy, bool light_bishop) {
     const Position& p = thread_board;
-    const Square own = p.king_square[Us], enemy = p.king_square[Them];
-    const Square bishop = LowestSquare(p.pieces[BISHOP][Us]), knight = LowestSquare(p.pieces[KNIGHT][Us]);
-    const Bitboard covered = king_attacks[own] | knight_attacks[knight] | BishopAttacks(bishop);
-    return DiagonalPush * DiagonalDistance(enemy, Bit(bishop) & LightSquares)
-        + BishopKnightKings * (7 - Distance(own, enemy)) - KnightNear * Distance(knight, enemy)
-        - FreeSquare * PopCount(king_attacks[enemy] & ~covered);
+    const Square low = light_bishop ? A1 : H1, high = light_bishop ? H8 : A8;
+    const Square corner = Distance(enemy, low) < Distance(enemy, high) ? low : high;
+    if (Distance(enemy, corner) > 1) return 0;
+    const int east = FileOf(corner) == 0 ? 1 : -1, north = RankOf(corner) == 0 ? 8 : -8;
+    const Square knight = LowestSquare(p.pieces[KNIGHT][Us]);
+    const int knight_steps =
+        std::min(KnightSteps(knight, corner + 2 * east + north), KnightSteps(knight, corner + east + 2 * north));
+    return Distance(p.king_square[Us], corner + 2 * east + 2 * north) + knight_steps;
+}
+
+template <Colour Us> int BishopAndKnight() {
+    const Position& p = thread_board;
+    const Square own = p.king_square[Us], enemy = p.king_square[ChangeSide(Us)];
+    const bool light_bishop = p.pieces[BISHOP][Us] & LightSquares;
+    const Square knight = LowestSquare(p.pieces[KNIGHT][Us]);
+    return DiagonalPush * DiagonalDistance(enemy, light_bishop) + BishopKnightKings * (7 - Distance(own, enemy))
+        - KnightNear * Distance(knight, enemy) - CentralKing * CentreDistance(own)
+        - CornerStep * StepsToOpenCorner<Us>(enemy, light_bishop);
 }
 
 template <Colour Us> int DrivingScore() {
@@ -68,8 +89,11 @@ template <Colour Us> int DrivingScore() {
     }
     if (units == 9 && enemy_units == 5 && p.PieceCount[QUEEN][Us] == 1) {
         // The rook is lost to a double attack once it has to leave its king.
-        return base + QueenAgainstRookWin + QueenEdgePush * CentreDistance(enemy)
-            + QueenKings * (7 - Distance(own, enemy)) + RookAway * Distance(LowestSquare(p.pieces[ROOK][Them]), enemy);
+        const Square queen = LowestSquare(p.pieces[QUEEN][Us]);
+        const Bitboard covered = king_attacks[own] | RookAttacks(queen) | BishopAttacks(queen);
+        return base + QueenAgainstRookWin - QueenFreeSquare * PopCount(king_attacks[enemy] & ~covered)
+            + QueenEdgePush * CentreDistance(enemy) + QueenKings * (7 - Distance(own, enemy))
+            + RookAway * Distance(LowestSquare(p.pieces[ROOK][Them]), enemy);
     }
     return base + BetterPiecesWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
 }

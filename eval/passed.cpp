@@ -3,7 +3,7 @@
 // Terms go into the accumulator, blended here by the common phase, because a passed pawn is
 // weighed against material. Only the foremost pawn of a file counts.
 //
-// A pawn that nobody can catch is worth nearly a queen. Whether it can be caught depends on
+// A pawn that nobody can catch is worth far more than a passed pawn. Whether it can be caught depends on
 // who is to move; every use of that clears SymmetryValid, so that no score for the other
 // side is derived from this one.
 #include <algorithm>
@@ -122,7 +122,7 @@ template <Colour Us, bool Traced> int PassedPawnScore() {
     return Blend(OpeningOf(tally.score), EndgameOf(tally.score), info.current_phase) + supported;
 }
 
-int RunnerValue(int moves) { return weights.runner_bonus - weights.runner_step * moves; }
+int RunnerValue(int moves) { return std::max(0, weights.runner_bonus - weights.runner_step * moves); }
 
 }  // namespace
 

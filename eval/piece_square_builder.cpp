@@ -14,7 +14,7 @@ namespace {
 
 // Sixteen men a side at this value still fit the 16-bit sums.
 constexpr int PieceSquareLimit = 1000;
-constexpr int TermLimit = 500;  // of one weight
+constexpr int TermLimit = 300;  // of one weight
 
 // The owner's own value, rank counted from his side.
 int OwnValue(int type, int phase, int rank, int pair) {

@@ -1,7 +1,7 @@
 // tally.h - adding up terms, and noting them for the trace.
 //
-// Every weight of weights.def reaches the score through Tally::Add(), so one call both counts
-// and is traced. The traced evaluation is a second instance of the same templates; the one that
+// The terms of weights.def (but for the squares, which the board sums up) reach the score through
+// Tally::Add(), so one call both counts and is traced. The traced evaluation is a second instance of the same templates; the one that
 // plays pays nothing for it.
 //
 // State: packed_terms, made from term_weights by BuildPackedTerms(); evaluation_trace, written

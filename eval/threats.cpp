@@ -43,7 +43,7 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
         const auto* of = info.attacks_of[Us];
         for (Bitboard hit = (of[KNIGHT] | of[BISHOP]) & (enemy_pieces | weak); hit;)
             tally.Add(HitByMinor + VictimIndex(p.board[PopLowest(hit)]));
-        for (Bitboard hit = of[ROOK] & (weak | p.pieces[QUEEN][Them]) & enemy_men; hit;)
+        for (Bitboard hit = of[ROOK] & (weak | p.pieces[QUEEN][Them]); hit;)
             tally.Add(HitByRook + VictimIndex(p.board[PopLowest(hit)]));
         if (const Bitboard hit = of[QUEEN] & weak) tally.Add(HitByQueen, PopCount(hit));
         if (of[KING] & weak) tally.Add(HitByKing);
@@ -76,7 +76,7 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
 
     if (const Bitboard queens = p.pieces[QUEEN][Them]; queens && !MoreThanOne(queens)) {
         const Square queen = LowestSquare(queens);
-        const Bitboard free = ~(held | own_pawns | info.pawn_attacks[Them]);
+        const Bitboard free = ~(held | own_pawns);
         if (const Bitboard jumps = knight_attacks[queen] & info.attacks_of[Us][KNIGHT] & free)
             tally.Add(KnightNearQueen, PopCount(jumps));
         if (queen_rays[queen] & info.attacked_twice[Us] & free) {

@@ -24,7 +24,7 @@ STRAIGHT, SLANTED = KING_STEPS[:4], KING_STEPS[4:]
 SLIDES = {"r": STRAIGHT, "b": SLANTED, "q": KING_STEPS}
 
 # What each side has besides its king, and how sure the referee must be that it is won:
-# centipawns at its confirming search, None when every legal position is won.
+# centipawns at its confirming search, None when a short look is enough.
 CLASSES = {
     "KQK": ("Q", "", None),
     "KRK": ("R", "", None),
