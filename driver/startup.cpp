@@ -76,7 +76,7 @@ void PrintTablebaseCount() {
 void InitialiseTables() {
     DrawZobristKeys();
     InitialiseAttacks();
-    InitialiseEvaluation();
+    InitialiseEvaluation("values.txt");
     ClearOrderingData();
 }
 

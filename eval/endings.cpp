@@ -20,8 +20,12 @@ namespace {
 constexpr int Unchanged = 256;
 constexpr int HardToWin = Unchanged / 6;  // a minor piece up without pawns and the like
 constexpr int BishopsAgainstKnight = Unchanged / 2;
-constexpr int FewMen = 8;          // more than that, and no ending here is meant
-constexpr int MatingPieces = 250;  // pieces that mate, against a king without any
+constexpr int KnownWinBonus = 100;  // before scaling, where the terms themselves say little
+constexpr int FewMen = 8;           // more than that, and no ending here is meant
+// Against a bare king, on top of material. More than the best that the same pieces without the
+// pawns are worth, or giving a pawn away would look like progress.
+constexpr int MatingPieces = 600;
+constexpr int ExtraMan = 150;  // each man besides a pawn that promotes against a bare king
 
 constexpr int SignFor(Colour c) { return c == BLACK ? 1 : -1; }
 
@@ -58,6 +62,9 @@ template <Colour Us> int MaterialAdd() {
     return material_add[Us][n[QUEEN][Us]][n[ROOK][Us]][n[BISHOP][Us]][n[KNIGHT][Us]][n[PAWN][Us]];
 }
 
+// A won king and pawn against king, by the pawn's rank as its owner counts it.
+int LonePawnWin(int rank) { return (600 - 100 * (7 - rank)) / 2 + weights.kpk_bonus; }
+
 bool KingPawnKing() {
     const Position& p = thread_board;
     EvalInfo& info = thread_eval_info;
@@ -67,9 +74,7 @@ bool KingPawnKing() {
     info.accumulator = 0;
     if (RelativeRank(owner, pawn) >= 1 && RelativeRank(owner, pawn) <= 6
         && KpkWon(owner, p.king_square[owner], p.king_square[ChangeSide(owner)], pawn, Colour(p.SideToMove))) {
-        // Counted from the enemy's first rank, so that it grows towards promotion.
-        const int rank = 7 - RelativeRank(owner, pawn);
-        info.accumulator = SignFor(owner) * ((600 - 100 * rank) / 2 + weights.kpk_bonus);
+        info.accumulator = SignFor(owner) * LonePawnWin(RelativeRank(owner, pawn));
     }
     return true;
 }
@@ -96,22 +101,48 @@ template <Colour Us> bool Settled() {
     return true;
 }
 
-// Pieces that mate, or a pawn that promotes even without the others' help, against a bare king.
+// Can the bare king of the other side take this pawn of Us before its own king guards it?
+template <Colour Us> bool PawnFalls(Square pawn) {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const int to_move = p.SideToMove == Us;
+    if (Distance(p.king_square[Us], pawn) - to_move <= Distance(p.king_square[Them], pawn)) return false;
+    if (pawn_attacks[Them][pawn] & p.pieces[PAWN][Us]) return false;
+    return !(knight_attacks[pawn] & p.pieces[KNIGHT][Us])
+        && !(p.pieces[BISHOP][Us] && (BishopAttacks(pawn) & p.pieces[BISHOP][Us]));
+}
+
+// Against a bare king: pieces that mate, or a pawn that promotes. With more men it must not be
+// worth less than the pawn alone, or the winner would give them away.
 template <Colour Us> int AgainstBareKing() {
     constexpr Colour Them = ChangeSide(Us);
     const Position& p = thread_board;
     const auto& n = p.PieceCount;
     if (p.NonPawnMaterial[Them] || n[PAWN][Them] || !n[PAWN][Us]) return 0;
-    if (p.MajorUnits[Us] || n[BISHOP][Us] + n[KNIGHT][Us] >= 2) return MatingPieces;
-    if (p.NonPawnMaterial[Us]) return 0;
+    const bool wrong_corner = WrongCorner<Us>();
+    if (p.MajorUnits[Us] || (n[BISHOP][Us] + n[KNIGHT][Us] >= 2 && !wrong_corner)) return MatingPieces;
     thread_eval_info.SymmetryValid = 0;
+    int winner = 0, foremost = 0;  // ranks
+    int kept = 0;
+    const Bitboard in_the_way = p.occupied & ~p.pieces[KING][Us] & ~p.pieces[KING][Them];
     for (Bitboard rest = p.pieces[PAWN][Us]; rest;) {
         const Square pawn = PopLowest(rest);
-        if (evaluation_masks.front_span[Us][pawn] & p.occupied) continue;
-        if (KpkWon(Us, p.king_square[Us], p.king_square[Them], pawn, Colour(p.SideToMove)))
-            return weights.kpk_bonus / 2;
+        const int rank = RelativeRank(Us, pawn);
+        if (rank < 1 || rank > 6) continue;
+        foremost = std::max(foremost, rank);
+        kept += !PawnFalls<Us>(pawn);
+        if (rank > winner && !(evaluation_masks.front_span[Us][pawn] & in_the_way)
+            && KpkWon(Us, p.king_square[Us], p.king_square[Them], pawn, Colour(p.SideToMove)))
+            winner = rank;
     }
-    return 0;
+    // A second man decides where the pawn alone does not, unless it is a pawn behind one that
+    // the king already stops.
+    const Bitboard pawns = p.pieces[PAWN][Us];
+    const bool stuck = foremost > 4 && !p.NonPawnMaterial[Us] && !(pawns & ~FileMask(FileOf(LowestSquare(pawns))));
+    if (!winner && kept >= (p.NonPawnMaterial[Us] ? 1 : 2) && !wrong_corner && !stuck) winner = foremost;
+    if (!winner) return 0;
+    const int men = n[PAWN][Us] + n[BISHOP][Us] + n[KNIGHT][Us];
+    return std::max(weights.kpk_bonus / 2, LonePawnWin(winner) + ExtraMan * (men - 1) - p.Material[Us]);
 }
 
 // Pieces or rook against a side without pieces but with pawns.
@@ -151,6 +182,8 @@ bool EvaluateLowMaterial() {
         + AgainstBareKing<BLACK>() - AgainstBareKing<WHITE>();
     info.lead_scale[WHITE] = LeadScale<WHITE>();
     info.lead_scale[BLACK] = LeadScale<BLACK>();
+    for (const Colour c : {WHITE, BLACK})
+        if (info.lead_scale[c] > Unchanged) info.accumulator += SignFor(c) * KnownWinBonus;
     return false;
 }
 
@@ -178,7 +211,8 @@ template <Colour Owner> int OnePawnScaled(int score) {
     constexpr Colour Defender = ChangeSide(Owner);
     const Position& p = thread_board;
     const int lead = p.NonPawnMaterial[Owner] - p.NonPawnMaterial[Defender];
-    if (lead >= -3 && lead <= 3 && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
+    const bool bare = p.NonPawnMaterial[Defender] == 0;
+    if (lead >= -3 && lead <= 3 && !bare && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
     if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1
         && p.PieceCount[ROOK][BLACK] == 1) {
         const Square pawn = LowestSquare(p.pieces[PAWN][Owner]), king = p.king_square[Defender];

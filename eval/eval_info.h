@@ -50,6 +50,7 @@ struct EvalInfo {
     int king_attack[2];                // [attacking colour] product, see king.cpp
     int SymmetryDelta, SymmetryValid;  // what the other side's score follows from
     int Cacheable;
+    int no_fading;         // Evaluate() leaves the score as it is however many quiet moves there were
     int material;          // EvaluateMaterial(), Black's view
     Bitboard passed[2];    // [colour] pawns on files with a passed pawn
     Bitboard foremost[2];  // [colour] those without an own pawn ahead

@@ -124,6 +124,7 @@ void ClearScratch() {
     info.SymmetryDelta = 0;
     info.SymmetryValid = 1;
     info.Cacheable = 1;
+    info.no_fading = 0;
     EvalSpread = InitialSpread;
 }
 
@@ -378,7 +379,7 @@ int Evaluate() {
     int score = NotEvaluated;
     if (!eval_cache) {
         EvaluatePosition(score);
-        return FiftyMoveScaled(score);
+        return thread_eval_info.no_fading ? score : FiftyMoveScaled(score);
     }
     const uint64_t key = CacheKey();
     const uint32_t key_low = uint32_t(key), key_high = uint32_t(key >> 32);
@@ -398,6 +399,7 @@ int Evaluate() {
     } else {
         EvaluatePosition(score);
         const EvalInfo& info = thread_eval_info;
+        if (info.no_fading) return score;
         if (info.Cacheable) {
             entry.score[us] = int16_t(score);
             if (!hit) {
@@ -426,8 +428,8 @@ void SetEvaluationRoot(Colour side) {
     evaluation_root_side = side;
 }
 
-void InitialiseEvaluation() {
-    LoadValues("values.txt");
+void InitialiseEvaluation(const char* values_file) {
+    LoadValues(values_file);
     BuildPieceSquareTable();
     BuildMaterialTable();
     InitialiseKpk();

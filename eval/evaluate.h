@@ -33,10 +33,10 @@ extern int EvalSpread;
 extern Bitboard evaluation_passed[2];   // passed pawns by colour
 extern Bitboard evaluation_attacks[2];  // squares attacked by that colour's men, king excluded
 
-// Tables of the evaluation, in their order: parameters with "values.txt" from the current
-// directory, piece-square table, material table, endgame bitbase. Installs
-// position_loaded_hook. Once at start-up, after the attack tables.
-void InitialiseEvaluation();
+// Tables of the evaluation, in their order: parameters, piece-square table, material table,
+// endgame bitbase. Installs position_loaded_hook. Once at start-up, after the attack tables.
+// `values_file` is for LoadValues(); null leaves the built-in weights, without a message.
+void InitialiseEvaluation(const char* values_file);
 
 // (Re)allocates zeroed tables of that many entries; 0 switches the pawn hash off. False when
 // memory is short.

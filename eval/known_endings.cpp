@@ -16,7 +16,7 @@ namespace {
 
 // What is left of a lead, 256 = all.
 constexpr int All = 256, Half = All / 2, Little = All / 8, Nothing = All / 16;
-constexpr int KnownWin = 2 * All;  // makes up for the general halving of rook endings
+constexpr int KnownWin = 3 * All;  // makes up for the general halving of rook endings
 
 // Heavy piece against pawn, centipawns.
 constexpr int QueenWin = 850, RookWin = 400, HeavyDraw = 30, KingStep = 10, DrawnStep = 3;
@@ -25,21 +25,25 @@ template <Colour Us> Square Turned(Square s) { return Us == WHITE ? s : s ^ 56; 
 int FileDistance(Square a, Square b) { return std::abs(FileOf(a) - FileOf(b)); }
 Bitboard ColourOf(Square s) { return Bit(s) & LightSquares ? LightSquares : DarkSquares; }
 
-// All pawns of Us on one rook file, and no bishop that controls their promotion square.
-template <Colour Us> bool WrongRookPawns() {
-    const Position& p = thread_board;
-    const Bitboard pawns = p.pieces[PAWN][Us];
-    if (!pawns || ((pawns & ~FileA) && (pawns & ~FileH))) return false;
-    const Square goal = Turned<Us>(pawns & FileA ? A8 : H8);
-    return !(p.pieces[BISHOP][Us] & ColourOf(goal));
-}
-
 // The king of the other side sits in or beside the corner, ours has not shut it out.
 template <Colour Us> bool CornerHeld() {
     const Position& p = thread_board;
     const Square goal = Turned<Us>(p.pieces[PAWN][Us] & FileA ? A8 : H8);
     return Distance(p.king_square[ChangeSide(Us)], goal) <= 1
         && !(Bit(p.king_square[Us]) & (king_attacks[goal] | Bit(goal)));
+}
+
+// One pawn of the wrong corner against a bare king that is sure to come there: before the
+// pawn, and long before our king, which with the bishop could shut it out.
+template <Colour Us> bool CornerInReach() {
+    const Position& p = thread_board;
+    thread_eval_info.SymmetryValid = 0;
+    const Square pawn = Turned<Us>(LowestSquare(p.pieces[PAWN][Us]));
+    const Square goal = SquareAt(FileOf(pawn), 7);
+    const Square own = Turned<Us>(p.king_square[Us]), enemy = Turned<Us>(p.king_square[ChangeSide(Us)]);
+    const int to_move = p.SideToMove == Us;
+    const int moves = std::max(0, Distance(enemy, goal) - 1) + to_move;
+    return RankOf(pawn) <= 4 && moves <= 7 - RankOf(pawn) && moves + 3 <= Distance(own, goal) - 1;
 }
 
 // Rook and pawn against rook.
@@ -53,7 +57,15 @@ template <Colour Us> int RookPawnAgainstRook() {
     const Square goal = SquareAt(FileOf(pawn), 7);
     const int rank = RankOf(pawn), pair = FilePair(pawn);
     const bool in_front = FileDistance(enemy, pawn) <= 1 && RankOf(enemy) > rank;
+    const int to_move = p.SideToMove == Us;
+    thread_eval_info.SymmetryValid = 0;
 
+    // Through, unless the king, or a rook from the side or from behind the pawn, takes it.
+    const Square promotion = Turned<Us>(goal);
+    const Bitboard from = RookAttacks(promotion) | (RookAttacks(Turned<Us>(pawn)) & FileMask(FileOf(pawn)));
+    const bool promotion_held = (king_attacks[promotion] & p.pieces[KING][Them]) || (from & p.pieces[ROOK][Them])
+        || (p.occupied & Bit(promotion));
+    if (rank == 6 && to_move && !promotion_held) return KnownWin;
     // The king before its pawn on the seventh, the other one cut off: it builds a bridge. On
     // the rook's file it needs to be cut off farther.
     if (rank == 6 && own == goal && FileDistance(enemy, pawn) >= (pair == 0 ? 5 : 2)
@@ -64,20 +76,32 @@ template <Colour Us> int RookPawnAgainstRook() {
         if (FileDistance(own, pawn) == 0 && RankOf(own) > rank && FileDistance(enemy, pawn) <= 4 && RankOf(enemy) >= 5)
             return Nothing;
         const bool rook_in_front = FileOf(rook) == FileOf(pawn) && RankOf(rook) > rank;
-        const bool far_corner = FileDistance(enemy, pawn) >= 5 && RankOf(enemy) == 6;
+        const bool far_corner = FileDistance(enemy, pawn) >= 6 && RankOf(enemy) == 6;
+        // The rook leaves the promotion square: taken, the pawn costs the other rook by a check
+        // along the seventh.
+        if (rook == goal && rank == 6 && to_move && RankOf(enemy) == 6 && FileDistance(enemy, pawn) >= 2 && !far_corner)
+            return KnownWin;
         if (rook_in_front && far_corner && rank == 5 && RankOf(enemy_rook) == 5) return Nothing;  // from the side
         if (rook_in_front && far_corner && rank == 6 && FileOf(enemy_rook) == FileOf(pawn)) return Nothing;
     }
     if (in_front && Distance(enemy, goal) <= 1) {
         // The rook on the third rank keeps the king back until the pawn steps there; then it
-        // checks from behind.
+        // checks from behind. A king beside its pawn already threatens mate on the last rank.
         if (rank <= 4 && RankOf(own) <= 4 && RankOf(enemy_rook) == 5) return Nothing;
-        if (rank == 5 && RankOf(enemy_rook) <= 1 && (RankOf(own) <= 4 || FileDistance(own, pawn) <= 1)) return Nothing;
+        if (rank == 5 && RankOf(enemy_rook) <= 1 && RankOf(own) <= 5 - to_move) return Nothing;
         // Waiting on the last rank holds against pawns with one side only.
-        if (pair <= 1 && RankOf(enemy_rook) == 7) return Nothing;
-        return rank <= 4 ? Little : Half;
+        if (pair <= 1 && rank <= 5 && RankOf(enemy_rook) == 7) return Nothing;
+        if (rank >= 5 && (RankOf(own) > 5 || (rank == 6 && RankOf(own) == 5 && to_move))) return KnownWin;
+        return rank <= 4 && RankOf(own) <= 4 ? Little : RankOf(own) == 5 && to_move ? All : Half;
     }
-    return in_front ? Half : All;
+    if (in_front) return Half;
+    if (pair == 0 || Distance(own, pawn) > 1) return All;
+    // The king left behind, or the rook's file between it and the pawn: the fewer files, the
+    // farther the pawn has to be.
+    const int rook_files = FileOf(rook) - FileOf(pawn), king_files = FileOf(enemy) - FileOf(pawn);
+    const bool between = rook_files * king_files > 0 && std::abs(rook_files) < std::abs(king_files);
+    const bool behind = RankOf(enemy) <= rank && std::abs(king_files) >= 2 && rank >= 3;
+    return behind || (between && rank + std::abs(rook_files) >= 5) ? KnownWin : All;
 }
 
 // Does the bishop see a square before the pawn, or the pawn's next one itself stand blocked by
@@ -112,11 +136,15 @@ template <Colour Us> int BishopPawnsAgainstBishop() {
     const Square front = RelativeRank(Us, first) > RelativeRank(Us, last) ? first : last;
     const Square back = front == first ? last : first;
     if (files == 0) return KingBlocksPawn<Us>(front, bishop_colour) || BishopStopsPawn<Us>(front) ? Nothing : Half;
-    const bool king_near = FileDistance(king, front) <= 1 && RelativeRank(Us, king) > RelativeRank(Us, front);
     if (files == 1) {
-        // Side by side on the fifth or before they are stopped; on the sixth they may run through.
-        if (RelativeRank(Us, front) <= 4 && (king_near || BishopStopsPawn<Us>(front))) return Little;
-        return king_near && BishopStopsPawn<Us>(front) ? Little : Half;
+        // Of two side by side either may be the one that is stopped.
+        const bool level = RankOf(first) == RankOf(last);
+        const bool near_front = FileDistance(king, front) <= 1 || (level && FileDistance(king, back) <= 1);
+        const bool king_near = near_front && RelativeRank(Us, king) > RelativeRank(Us, front);
+        const bool stopped = BishopStopsPawn<Us>(front) || (level && BishopStopsPawn<Us>(back));
+        // On the fifth or before they are held; on the sixth they may run through.
+        if (RelativeRank(Us, front) <= 4 && (king_near || stopped)) return Little;
+        return king_near && stopped ? Little : Half;
     }
     // Apart: the king holds one, the bishop the other.
     const bool held = (KingBlocksPawn<Us>(front, bishop_colour) && BishopStopsPawn<Us>(back))
@@ -149,19 +177,60 @@ template <Colour Us> bool RookFortress() {
         && RelativeRank(Them, p.king_square[Us]) > RelativeRank(Them, rook);
 }
 
+// Queen of Us against a pawn: does the pawn hold? A rook's pawn on the seventh is saved by
+// stalemate, a bishop's pawn by the corner, unless our king is near. Squares turned for the
+// pawn's side.
+template <Colour Us> bool PawnHoldsQueen(Square pawn, Square own, Square enemy) {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Square queen = LowestSquare(p.pieces[QUEEN][Us]);
+    const Bitboard seen = RookAttacks(queen) | BishopAttacks(queen);
+    const Square goal = SquareAt(FileOf(pawn), 7), seventh = goal - 8;
+    const int rank = RankOf(pawn), pair = FilePair(pawn);
+    const bool pushes =
+        p.SideToMove == Them && !(seen & Bit(p.king_square[Them])) && !(p.occupied & Bit(Turned<Them>(pawn + 8)));
+    const Square on_board = Turned<Them>(pawn);
+    const bool behind = RookAttacks(on_board) & FileMask(FileOf(pawn)) & Bit(queen);
+    const bool goal_seen = behind || (seen & Bit(Turned<Them>(goal)));
+    if (rank == 6 && pushes) return Distance(enemy, goal) <= 1 ? Distance(own, goal) > 3 : !goal_seen;
+    if ((pair != 0 && pair != 2) || (rank != 6 && !(rank == 5 && pushes))) return false;
+    // The queen before the pawn wins; she comes there too when the rook's pawn stands alone.
+    if (Distance(enemy, goal) > 1 && (pair == 0 || goal_seen || Distance(enemy, seventh) > 1)) return false;
+    // Where our king, moving first, is near enough: in files beyond the pawn towards the middle
+    // and ranks from promotion.
+    const int east = FileOf(pawn) < 4 ? 1 : -1;
+    const int files = east * (FileOf(own) - FileOf(pawn)), ranks = 7 - RankOf(own);
+    if (pair == 0) return files > 4 || ranks > 4 || files + ranks == 8;
+    const int slack = east * (FileOf(enemy) - FileOf(pawn)) >= 0;  // away from the corner
+    return !(files <= 2 + slack && ranks <= 2 + slack) && !(files <= slack && ranks <= 3 + slack);
+}
+
 }  // namespace
+
+template <Colour Us> bool WrongCorner() {
+    const Position& p = thread_board;
+    const Bitboard pawns = p.pieces[PAWN][Us];
+    if (p.NonPawnMaterial[Us] != 3 * p.PieceCount[BISHOP][Us]) return false;
+    if (!pawns || ((pawns & ~FileA) && (pawns & ~FileH))) return false;
+    const Square goal = Turned<Us>(pawns & FileA ? A8 : H8);
+    return !(p.pieces[BISHOP][Us] & ColourOf(goal));
+}
 
 template <Colour Us> bool BareKingHolds() {
     constexpr Colour Them = ChangeSide(Us);
     const Position& p = thread_board;
     const int units = p.NonPawnMaterial[Us];
-    if (units == 3 * p.PieceCount[BISHOP][Us]) return WrongRookPawns<Us>() && CornerHeld<Us>();
+    if (units == 3 * p.PieceCount[BISHOP][Us]) return WrongCorner<Us>() && CornerHeld<Us>();
     if (units == 3 && p.PieceCount[PAWN][Us] == 1) {
         // Knight and rook pawn on the seventh: with the king by the corner ours cannot come
         // near without stalemate, and the knight cannot lose a move.
         const Square pawn = LowestSquare(p.pieces[PAWN][Us]), king = p.king_square[Them];
         if (FilePair(pawn) != 0 || RelativeRank(Us, pawn) != 6) return false;
         const Square corner = pawn + (Us == WHITE ? 8 : -8);
+        // Ours has come near all the same, and the knight mates.
+        if (Distance(p.king_square[Us], corner) <= 2) return false;
+        thread_eval_info.SymmetryValid = 0;
+        if (p.SideToMove == Us && king != corner && (knight_attacks[corner] & p.pieces[KNIGHT][Us])) return false;
         return king == corner
             || (Distance(king, corner) == 1 && FileOf(king) != FileOf(pawn) && RelativeRank(Us, king) == 6);
     }
@@ -178,19 +247,29 @@ template <Colour Us> int HeavyAgainstPawnScore() {
     const int rank = RankOf(pawn), steps = 7 - rank;
     const int to_move = p.SideToMove == Us;
     const int own_distance = Distance(own, goal), enemy_distance = Distance(enemy, goal);
-    if (p.PieceCount[QUEEN][Us]) {
-        // Rook's pawns are saved by stalemate, bishop's pawns by the corner.
-        const bool drawing_file = FilePair(pawn) == 0 || FilePair(pawn) == 2;
-        const bool drawn =
-            rank == 6 && drawing_file && enemy_distance <= 1 && own_distance - to_move > (FilePair(pawn) == 0 ? 4 : 3);
-        return drawn ? HeavyDraw - DrawnStep * own_distance : QueenWin + KingStep * (7 - own_distance);
-    }
+    if (rank > 6) return HeavyDraw;  // only in a position set up by hand
+    if (p.PieceCount[QUEEN][Us])
+        return PawnHoldsQueen<Us>(pawn, own, enemy) ? HeavyDraw - DrawnStep * own_distance
+                                                    : QueenWin + KingStep * (7 - own_distance);
+    const Square rook = LowestSquare(p.pieces[ROOK][Us]);
+    if (!to_move && (king_attacks[rook] & p.pieces[KING][Them]) && !(king_attacks[rook] & p.pieces[KING][Us]))
+        return HeavyDraw;  // lost
     const int win = RookWin + KingStep * (7 - own_distance);
     // Ours is before the pawn, or comes there first.
     if (FileOf(own) == FileOf(pawn) && RankOf(own) > rank) return win;
     if (own_distance - to_move <= steps && own_distance - to_move <= enemy_distance) return win;
-    // The pawn runs without its king, and is caught.
-    if (Distance(enemy, pawn) >= 3 + !to_move && rank <= 4) return win;
+    // The pawn runs without its king, and is caught: farther down only by a rook that guards
+    // its way, or comes onto its file in time.
+    const Square on_board = Turned<Them>(pawn), king = p.king_square[Them];
+    const Bitboard file = FileMask(FileOf(pawn)), seen = RookAttacks(rook) | Bit(rook);
+    const int apart = std::min(Distance(enemy, pawn), Distance(enemy, pawn + 8)) - !to_move;
+    const bool ahead = rank <= 3 && RankOf(enemy) > rank + 1;
+    if (apart >= 3 && rank <= 4 && !ahead) return win;
+    if (apart >= 2 && (seen & Bit(on_board)) && (to_move || (Bit(rook) & file))) return win;
+    const bool comes = (to_move || rank <= 5) && (seen & file & ~p.occupied & ~king_attacks[king]);
+    const bool guards = seen & evaluation_masks.front_span[Them][on_board];
+    if (apart >= 3 && !ahead && (comes || guards)) return win;
+    if (guards && own_distance - to_move < enemy_distance) return win;
     if (rank <= 2 && own_distance <= 5) return win;
     const int draw = HeavyDraw + DrawnStep * (enemy_distance - own_distance);
     return rank >= 4 ? draw - DrawnStep * rank : std::min(win / 2, draw + 40 * (4 - rank));
@@ -202,10 +281,11 @@ template <Colour Us> int KnownLeadFactor() {
     const auto& n = p.PieceCount;
     const int units = p.NonPawnMaterial[Us], enemy_units = p.NonPawnMaterial[Them];
     // The corner holds whatever else the defender has, if no pawn can take its way off the file.
-    if (n[PAWN][Us] && units == 3 * n[BISHOP][Us] && units <= 6 && enemy_units <= 3 && WrongRookPawns<Us>()) {
+    if (n[PAWN][Us] && units <= 6 && enemy_units <= 3 && WrongCorner<Us>()) {
         const Square pawn = LowestSquare(p.pieces[PAWN][Us]);
         if (CornerHeld<Us>() && !(p.pieces[PAWN][Them] & evaluation_masks.adjacent_files[FileOf(pawn)])) return Nothing;
         const Square goal = Turned<Us>(FileOf(pawn) == 0 ? A8 : H8);
+        if (p.piece_total == 4 && units == 3 && CornerInReach<Us>()) return Nothing;
         if (Distance(p.king_square[Them], goal) < Distance(p.king_square[Us], goal)) return Half;
     }
     if (p.piece_total == 5 && n[PAWN][Us] == 1) {
@@ -220,6 +300,8 @@ template <Colour Us> int KnownLeadFactor() {
     return All;
 }
 
+template bool WrongCorner<WHITE>();
+template bool WrongCorner<BLACK>();
 template bool BareKingHolds<WHITE>();
 template bool BareKingHolds<BLACK>();
 template int HeavyAgainstPawnScore<WHITE>();

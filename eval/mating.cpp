@@ -9,7 +9,7 @@
 // Evaluate() lets every score fade as the fifty moves go by. Here that does harm: a mate that
 // takes thirty moves is on schedule, yet each position that the search's table remembers from
 // earlier moves, at its full worth, would look better than any progress, and the winner would
-// walk in circles. WithoutFading() takes the fading back; such scores are not cached.
+// walk in circles. These scores are marked not to fade; the cache knows no such mark.
 #include "eval/mating.h"
 
 #include <algorithm>
@@ -98,17 +98,13 @@ template <Colour Us> int DrivingScore() {
     return base + BetterPiecesWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
 }
 
-// The score that Evaluate() turns into `score` >= 0, rounded so that nothing is lost.
-int WithoutFading(int score) {
-    const int faded = 256 - 2 * (thread_board.fifty - 8);  // as Evaluate() has it
-    thread_eval_info.Cacheable = 0;                        // the cache does not know the counter
-    if (thread_board.fifty <= 8 || thread_board.fifty > 100) return score;
-    return (score * 256 + faded - 1) / faded;
-}
-
 }  // namespace
 
-template <Colour Us> int MatingScore() { return WithoutFading(DrivingScore<Us>()); }
+template <Colour Us> int MatingScore() {
+    thread_eval_info.no_fading = 1;
+    thread_eval_info.Cacheable = 0;
+    return DrivingScore<Us>();
+}
 
 template int MatingScore<WHITE>();
 template int MatingScore<BLACK>();

@@ -5,6 +5,5 @@
 
 // Centipawns for Us, who has the better pieces: what the material is worth, more for a king
 // driven where it can be mated. The board holds no pawn of either side. Does not depend on the
-// side to move. Beyond eight plies without progress it is so much larger that the fading of
-// scores in Evaluate() leaves it as it was. Clears Cacheable.
+// side to move. Sets no_fading and clears Cacheable.
 template <Colour Us> int MatingScore();

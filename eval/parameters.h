@@ -119,7 +119,8 @@ constexpr int ValueRowCount = 60;
 extern const ValueRow value_rows[ValueRowCount];
 
 // Reads 378 integers from the file into the fixed list of weights. A missing file prints
-// "Error loading values.txt" and leaves the defaults; a short one leaves the rest.
+// "Error loading values.txt" and leaves the defaults; a short one leaves the rest. Null stands for
+// no file and prints nothing. The material corrections start anew in every case.
 void LoadValues(const char* file_name);
 // Writes the weights in the form LoadValues() reads. False when the file cannot be written.
 bool SaveValues(const char* file_name);

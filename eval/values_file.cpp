@@ -125,8 +125,9 @@ int16_t material_add[2][3][3][3][3][9];
 int16_t material_scale[2][3][3][3][3][9];
 
 void LoadValues(const char* file_name) {
-    std::FILE* file = std::fopen(file_name, "r");
     ResetMaterialCorrections();
+    if (!file_name) return;
+    std::FILE* file = std::fopen(file_name, "r");
     if (!file) {
         Print("Error loading values.txt\n");
         return;

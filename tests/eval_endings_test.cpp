@@ -9,7 +9,7 @@
 namespace {
 
 // White is the side that wins or would like to.
-enum class Verdict { Won, Drawish, Dead };
+enum class Verdict { Won, Better, Drawish, Dead };  // Better: won, but only just; no draw at any rate
 
 struct EndingCase {
     const char* why;
@@ -40,12 +40,17 @@ const EndingCase cases[] = {
     {"rook and bishop against rook", "8/8/3k4/3r4/8/8/8/KRB5 w - - 0 1", Verdict::Drawish},
     {"rook and knight against rook", "8/8/3k4/3r4/8/8/8/KRN5 w - - 0 1", Verdict::Drawish},
     {"queen and knight against queen", "8/8/3k4/3q4/8/8/8/KQN5 w - - 0 1", Verdict::Drawish},
-    {"two bishops against a knight win in the end", "8/8/3k4/3n4/8/8/8/KBB5 w - - 0 1", Verdict::Won},
+    {"two bishops against a knight win in the end", "8/8/3k4/3n4/8/8/8/KBB5 w - - 0 1", Verdict::Better},
     {"two rooks against a rook", "8/8/3k4/3r4/8/8/8/KRR5 w - - 0 1", Verdict::Won},
 
     // Queen against a pawn.
-    {"the rook's pawn: stalemate", "8/8/8/8/4K3/8/pk6/6Q1 w - - 0 1", Verdict::Won},
-    {"the rook's pawn, king far", "5Q2/8/6K1/8/8/8/pk6/8 w - - 0 1", Verdict::Drawish},
+    {"the rook's pawn, king just near enough", "5Q2/8/8/8/4K3/8/pk6/8 w - - 0 1", Verdict::Won},
+    {"the rook's pawn, king near enough on its own rank", "5Q2/8/8/3K4/8/8/pk6/8 w - - 0 1", Verdict::Won},
+    {"the rook's pawn: stalemate, king one file too far", "5Q2/8/8/8/5K2/8/pk6/8 w - - 0 1", Verdict::Drawish},
+    {"the rook's pawn, king slantwise too far", "5Q2/8/8/4K3/8/8/pk6/8 w - - 0 1", Verdict::Drawish},
+    {"the rook's pawn, king far", "5Q2/8/5K2/8/8/8/pk6/8 w - - 0 1", Verdict::Drawish},
+    {"the rook's pawn not yet there, the queen comes before it", "5Q2/8/6K1/8/8/pk6/8/8 b - - 0 1", Verdict::Won},
+    {"the bishop's pawn about to reach the seventh", "5Q2/8/6K1/8/8/1kp5/8/8 b - - 0 1", Verdict::Drawish},
     {"the bishop's pawn, king far", "5Q2/8/6K1/8/8/8/1kp5/8 w - - 0 1", Verdict::Drawish},
     {"the knight's pawn, king far", "5Q2/8/6K1/8/8/8/kp6/8 w - - 0 1", Verdict::Won},
     {"the middle pawn, king far", "5Q2/7K/8/8/8/8/2kp4/8 w - - 0 1", Verdict::Won},
@@ -54,7 +59,11 @@ const EndingCase cases[] = {
     // Rook against a pawn.
     {"the king before the pawn", "8/8/8/R7/8/2kp4/8/3K4 w - - 0 1", Verdict::Won},
     {"the king far, the pawn with its king far down", "8/8/8/2K5/8/8/1kp5/7R w - - 0 1", Verdict::Drawish},
-    {"the king comes in time", "8/8/8/8/2K5/5kp1/8/6R1 w - - 0 1", Verdict::Drawish},
+    {"the king comes too late", "8/8/8/8/2K5/5kp1/8/6R1 w - - 0 1", Verdict::Drawish},
+    {"on the seventh, its king on the other side", "8/8/8/7k/8/8/1p3K2/1R6 w - - 0 1", Verdict::Won},
+    {"on the seventh, the rook comes before it", "7k/8/8/8/8/8/p4K2/6R1 w - - 0 1", Verdict::Won},
+    {"on the sixth, its king far, Black to move", "7k/8/8/8/8/p7/6K1/R7 b - - 0 1", Verdict::Won},
+    {"on the sixth, the rook behind it", "8/5k2/8/8/R7/p7/6K1/8 w - - 0 1", Verdict::Won},
     {"a pawn left alone", "7k/8/8/8/p7/8/8/K6R w - - 0 1", Verdict::Won},
     {"the pawn at home", "8/p7/k7/8/8/8/4K3/7R w - - 0 1", Verdict::Won},
 
@@ -65,18 +74,30 @@ const EndingCase cases[] = {
     {"last rank against the knight's pawn", "1k5r/R7/1PK5/8/8/8/8/8 b - - 0 1", Verdict::Drawish},
     {"shut in before the rook's pawn", "K7/P1k5/8/8/8/8/7R/1r6 w - - 0 1", Verdict::Drawish},
     {"rook's pawn defended from the side", "R7/6k1/P4r2/8/8/8/8/1K6 w - - 0 1", Verdict::Drawish},
+    {"the same, the king within reach of a check", "R7/5k2/P4r2/8/8/8/8/1K6 w - - 0 1", Verdict::Better},
+    {"rook before its pawn on the seventh, king on h7", "R7/P6k/8/8/8/8/8/r5K1 w - - 0 1", Verdict::Drawish},
+    {"the same, a rook check behind the king wins", "R7/P4k2/8/8/8/8/8/r5K1 w - - 0 1", Verdict::Better},
+    {"checks from behind, the king past them", "5k2/3K4/4P3/8/8/8/7R/6r1 w - - 0 1", Verdict::Better},
+    {"last rank, the pawn on the seventh", "1k5r/1P6/1K6/8/8/8/8/R7 w - - 0 1", Verdict::Better},
+    {"the king on the sixth mates", "4k2r/R7/4K3/4P3/8/8/8/8 w - - 0 1", Verdict::Better},
     {"cut off by three files", "7k/8/8/3PK3/8/8/r7/6R1 w - - 0 1", Verdict::Won},
+    {"cut off by three files, the pawn on the fourth", "r7/8/5k2/8/1P6/1K6/8/4R3 w - - 0 1", Verdict::Won},
+    {"the king left behind", "8/8/8/8/1k1P4/3K4/r7/4R3 w - - 0 1", Verdict::Better},
 
     // The corner and the rook's pawn.
     {"wrong bishop", "k7/8/1K6/P7/8/8/3B4/8 w - - 0 1", Verdict::Dead},
     {"wrong bishop, Black to move", "8/1k6/8/PK6/8/8/3B4/8 b - - 0 1", Verdict::Dead},
     {"wrong bishop and two pawns on the file", "k7/8/PK6/P7/8/8/3B4/8 w - - 0 1", Verdict::Dead},
     {"right bishop", "k7/8/1K6/P7/8/8/4B3/8 w - - 0 1", Verdict::Won},
+    {"wrong bishop, the corner in reach", "8/2k5/8/P7/8/2B5/8/K7 w - - 0 1", Verdict::Drawish},
+    {"wrong bishop, the corner in reach, Black to move", "3k4/8/8/P7/8/2B5/8/K7 b - - 0 1", Verdict::Drawish},
     {"wrong bishop, the corner out of reach", "8/8/1K6/P7/8/8/3B3k/8 w - - 0 1", Verdict::Won},
     {"rook pawns on one file", "k7/8/1K6/P7/P7/8/8/8 w - - 0 1", Verdict::Dead},
     {"wrong bishop against a far pawn", "k7/8/1K6/P7/5p2/8/3B4/8 w - - 0 1", Verdict::Drawish},
     {"wrong bishop against a knight", "k7/8/1K6/P7/5n2/8/3B4/8 w - - 0 1", Verdict::Drawish},
     {"knight and rook's pawn on the seventh", "8/Pk6/8/1N6/8/4K3/8/8 w - - 0 1", Verdict::Dead},
+    {"the same with our king there", "k7/P7/1K6/1N6/8/8/8/8 w - - 0 1", Verdict::Won},
+    {"the same with the corner guarded", "8/PkN5/8/8/4K3/8/8/8 w - - 0 1", Verdict::Won},
     {"knight and rook's pawn on the sixth", "1k6/8/P7/1NK5/8/8/8/8 w - - 0 1", Verdict::Won},
 
     // Minor pieces with and against pawns.
@@ -86,6 +107,7 @@ const EndingCase cases[] = {
     {"opposite bishops, one pawn", "8/3k4/8/3PK3/8/8/1b6/5B2 w - - 0 1", Verdict::Drawish},
     {"opposite bishops, two pawns on one file", "3k4/8/8/3PK3/3P4/8/1b6/5B2 w - - 0 1", Verdict::Drawish},
     {"opposite bishops, pawns side by side on the fifth", "8/3k4/1b6/3PP3/4K3/8/8/5B2 w - - 0 1", Verdict::Drawish},
+    {"opposite bishops, side by side, the king before one", "8/2k5/1b6/3PP3/4K3/8/8/5B2 w - - 0 1", Verdict::Drawish},
     {"opposite bishops, pawns far apart", "8/5k2/P7/6P1/4K3/8/1b6/5B2 w - - 0 1", Verdict::Won},
     {"bishops of one colour, the king blocks on the other", "3k4/8/3P4/4K3/8/8/8/1b3B2 w - - 0 1", Verdict::Drawish},
     {"bishop and pawn against a knight, king before the pawn", "8/3k4/3P4/4K3/8/1n6/8/4B3 w - - 0 1", Verdict::Drawish},
@@ -94,15 +116,17 @@ const EndingCase cases[] = {
 
     // Pawns alone.
     {"two pawns against none", "8/3k4/8/8/8/1PP5/1K6/8 w - - 0 1", Verdict::Won},
+    {"two pawns on one file", "8/8/3k4/8/3P4/3K4/3P4/8 w - - 0 1", Verdict::Won},
     {"one pawn each, nothing doing", "8/3k4/3p4/8/8/3P4/3K4/8 w - - 0 1", Verdict::Drawish},
 };
 
-constexpr int WonAtLeast = 140, DrawishAtMost = 60;
+constexpr int WonAtLeast = 200, BetterAtLeast = 70, DrawishAtMost = 60;
 
 void ExpectVerdict(const EndingCase& c, const std::string& fen, int score) {
     SCOPED_TRACE(std::string(c.why) + ": " + fen);
     switch (c.verdict) {
         case Verdict::Won: EXPECT_GE(score, WonAtLeast); break;
+        case Verdict::Better: EXPECT_GE(score, BetterAtLeast); break;
         case Verdict::Drawish: EXPECT_LE(std::abs(score), DrawishAtMost); break;
         case Verdict::Dead: EXPECT_EQ(score, 0); break;
     }
@@ -120,6 +144,26 @@ TEST_F(Endings, VerdictsOfTheory) {
         ExpectVerdict(c, FilesReversed(c.fen), WhiteScore(FilesReversed(c.fen)));
         ExpectVerdict(c, ColourFlipped(c.fen), -WhiteScore(ColourFlipped(c.fen)));
     }
+}
+
+// A man more must not be worth less, or the winner gives it away.
+TEST_F(Endings, MoreMenAreWorthMore) {
+    const struct {
+        const char* why;
+        const char* fewer;
+        const char* more;
+    } pairs[] = {
+        {"two pawns apart, one about to fall", "8/8/8/8/1K6/1P5k/8/8 w - - 0 1", "8/8/8/8/1K5k/1P5P/8/8 b - - 0 1"},
+        {"the king before the pawn that wins", "8/8/4K3/4P3/8/6k1/8/8 w - - 0 1", "8/8/4K3/4P3/8/6P1/6k1/8 b - - 0 1"},
+        {"knight", "8/8/8/8/6k1/2KP4/8/8 w - - 0 1", "8/8/8/8/6k1/2KP4/8/5N2 w - - 0 1"},
+        {"bishop", "8/8/8/8/6k1/2KP4/8/8 w - - 0 1", "8/8/8/8/6k1/2KP4/8/5B2 w - - 0 1"},
+        {"bishop, the king before the pawn", "8/8/4k3/2K5/3P4/8/8/8 w - - 0 1", "8/8/3k4/8/2KP4/8/8/5B2 w - - 0 1"},
+        {"doubled pawns", "8/8/3k4/8/3P4/3K4/8/8 b - - 0 1", "8/8/3k4/8/3P4/3K4/3P4/8 b - - 0 1"},
+        {"rook and pawn", "k7/8/1K6/8/8/8/8/7R b - - 0 1", "k7/8/1K6/8/8/8/7P/7R b - - 0 1"},
+        {"queen and pawn", "k7/8/1K6/8/8/8/8/7Q b - - 0 1", "k7/8/1K6/8/8/8/7P/7Q b - - 0 1"},
+        {"bishop, knight and pawn", "k7/8/1K6/4N3/4B3/8/8/8 b - - 0 1", "k7/8/1K6/4N3/4B3/8/7P/8 b - - 0 1"},
+    };
+    for (const auto& p : pairs) EXPECT_GE(WhiteScore(p.more), WhiteScore(p.fewer)) << p.why;
 }
 
 // Each step on the way to the mate scores higher, or the winner walks in circles.
@@ -144,7 +188,8 @@ TEST_F(Endings, TheWayToMateLeadsUpwards) {
 }
 
 // Thirty moves without a capture are on schedule in these endings. A score that faded meanwhile
-// would make every position met earlier look better than progress.
+// would make every position met earlier look better than progress. The full evaluation knows
+// nothing of quiet moves in any case.
 TEST_F(Endings, WonEndingsDoNotFadeWithTheMoves) {
     for (const char* fen : {"8/8/4k3/8/8/8/8/KBN5 w - - 0 1", "8/8/3k4/3r4/8/8/8/KQ6 b - - 0 1"}) {
         SetFen(fen);
@@ -152,6 +197,7 @@ TEST_F(Endings, WonEndingsDoNotFadeWithTheMoves) {
         for (const int plies : {9, 40, 99}) {
             thread_board.fifty = plies;
             EXPECT_EQ(Evaluate(), fresh) << fen << " after " << plies;
+            EXPECT_EQ(FreshScore(), fresh) << fen << " after " << plies;
         }
     }
 }

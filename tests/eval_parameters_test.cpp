@@ -16,33 +16,34 @@
 #include "tests/support/board_helpers.h"
 #include "tests/support/engine_environment.h"
 #include "tests/support/eval_helpers.h"
+#include "tests/support/temporary_path.h"
 
 namespace {
-
-constexpr const char* TestFile = "eval_parameters_test_values.txt";
 
 // Weights are global: every test leaves them as it found them.
 class Parameters : public testing::Test {
 protected:
     void SetUp() override {
+        path_ = TemporaryPath(".txt");
         saved_tuned_ = tuned;
         saved_weights_ = weights;
         std::memcpy(saved_terms_, term_weights, sizeof term_weights);
     }
     void TearDown() override {
-        std::remove(TestFile);
+        std::remove(path_.c_str());
         tuned = saved_tuned_;
         weights = saved_weights_;
         std::memcpy(term_weights, saved_terms_, sizeof term_weights);
         ResetEngine();
         RebuildEvaluation();
     }
-    static void WriteNumbers(int count) {
-        std::FILE* file = std::fopen(TestFile, "w");
+    void WriteNumbers(int count) const {
+        std::FILE* file = std::fopen(path_.c_str(), "w");
         ASSERT_NE(file, nullptr);
         for (int i = 1; i <= count; ++i) std::fprintf(file, "%d\n", i);
         std::fclose(file);
     }
+    std::string path_;
     TunedParameters saved_tuned_;
     EvaluationWeights saved_weights_;
     int saved_terms_[2][TermSlots];
@@ -100,7 +101,7 @@ TEST_F(Parameters, NamesPointToTheirDefaults) {
 
 TEST_F(Parameters, FullFileFillsEveryWeightInOrder) {
     WriteNumbers(FileValueCount);
-    LoadValues(TestFile);
+    LoadValues(path_.c_str());
     EXPECT_EQ(weights.imbalance[0], 1);
     EXPECT_EQ(weights.imbalance[5], 6);
     EXPECT_EQ(tuned.EndingThreshold, 7);
@@ -143,7 +144,7 @@ TEST_F(Parameters, DocumentedOrderIsTheOrderOfTheFile) {
 
 TEST_F(Parameters, ShortFileLeavesTheRest) {
     WriteNumbers(30);
-    LoadValues(TestFile);
+    LoadValues(path_.c_str());
     EXPECT_EQ(term_weights[0][PawnSquares + 9], 30);
     EXPECT_EQ(term_weights[0][PawnSquares + 10], saved_terms_[0][PawnSquares + 10]);
     EXPECT_EQ(term_weights[1][RookSeventh], saved_terms_[1][RookSeventh]);
@@ -165,10 +166,10 @@ TEST_F(Parameters, MissingFileSaysSoAndClearsTheBases) {
 TEST_F(Parameters, WrittenFileReadsBackTheSameEvaluation) {
     const char* const fen = "r1bq1rk1/pp2bppp/2n2n2/2pp4/3P4/2N1PN2/PP2BPPP/R1BQ1RK1 w - - 0 9";
     const int before = FreshScore(fen);
-    ASSERT_TRUE(SaveValues(TestFile));
+    ASSERT_TRUE(SaveValues(path_.c_str()));
     term_weights[0][PawnSquares + 27] += 55;
     term_weights[0][RookMobility + 5] -= 31;
-    LoadValues(TestFile);
+    LoadValues(path_.c_str());
     EXPECT_EQ(std::memcmp(term_weights, saved_terms_, sizeof term_weights), 0);
     EXPECT_EQ(std::memcmp(&weights, &saved_weights_, sizeof weights), 0);
     RebuildEvaluation();
@@ -176,11 +177,11 @@ TEST_F(Parameters, WrittenFileReadsBackTheSameEvaluation) {
 }
 
 TEST_F(Parameters, AbsurdFileKeepsScoresInRange) {
-    std::FILE* file = std::fopen(TestFile, "w");
+    std::FILE* file = std::fopen(path_.c_str(), "w");
     ASSERT_NE(file, nullptr);
     for (int i = 0; i < FileValueCount; ++i) std::fprintf(file, "%d\n", i % 2 ? 2000000000 : -2000000000);
     std::fclose(file);
-    LoadValues(TestFile);
+    LoadValues(path_.c_str());
     RebuildEvaluation();
     for (const char* fen : {StartFen, "8/8/8/4k3/8/4K3/4P3/8 b - - 0 1", "r3k2r/8/8/8/8/8/PPP5/R3K2R w KQkq - 0 1"})
         EXPECT_LE(std::abs(FreshScore(fen)), 30000);

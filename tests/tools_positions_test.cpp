@@ -10,8 +10,10 @@
 
 #include "board/position.h"
 #include "tests/support/engine_environment.h"
+#include "tests/support/temporary_path.h"
 #include "tools/common/game_reader.h"
 #include "tools/common/quiet_positions.h"
+#include "tools/common/text.h"
 
 namespace {
 
@@ -19,8 +21,7 @@ class Positions : public ::testing::Test {
 protected:
     void SetUp() override {
         ResetEngine();
-        path =
-            (std::filesystem::temp_directory_path() / ("positions_" + std::to_string(std::rand()) + ".epd")).string();
+        path = TemporaryPath(".epd");
         std::filesystem::remove(path);
     }
     void TearDown() override {
@@ -183,6 +184,35 @@ TEST_F(Positions, AppendingDropsHalfALineAndKnowsTheRest) {
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0] + "\n", whole);
     EXPECT_EQ(lines[1], "4k3/8/8/8/8/8/4P3/4K3 b - - ce -100; c0 \"1-0\";");
+}
+
+// A wrong name behind --output must not cost anybody a file.
+TEST_F(Positions, FilesOfOthersAreLeftAlone) {
+    const char* const texts[] = {
+        "[Event \"games\"]\n\n1. e4 e5 *",                        // PGN
+        "4k3/8/8/8/8/8/4P3/4K3 w - - bm e4; id \"x\";\n4k3/8/8",  // a test of moves, cut
+        "half a line",
+    };
+    for (const char* text : texts) {
+        Write(text);
+        PositionWriter writer;
+        EXPECT_FALSE(writer.Open(path)) << text;
+        std::string after;
+        EXPECT_TRUE(ReadWholeFile(path, after));
+        EXPECT_EQ(after, text);
+    }
+    PositionWriter writer;
+    EXPECT_FALSE(writer.Open(path + ".gz"));
+    EXPECT_FALSE(std::filesystem::exists(path + ".gz"));
+}
+
+TEST_F(Positions, AnEmptyFileIsNoGame) {
+    Write("");
+    std::string text = "left from before";
+    ASSERT_TRUE(ReadWholeFile(path, text));
+    GameReader reader(text);
+    ReadGame game;
+    EXPECT_FALSE(reader.Next(game));
 }
 
 TEST_F(Positions, TheChoiceIsSpreadOverTheGame) {

@@ -2,10 +2,9 @@
 // compiler's reading of the file, real evaluations, and weights spoiled on purpose.
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "board/legality.h"
 #include "board/settings.h"
@@ -13,18 +12,18 @@
 #include "tests/support/board_helpers.h"
 #include "tests/support/engine_environment.h"
 #include "tests/support/eval_helpers.h"
+#include "tests/support/temporary_path.h"
+#include "tools/common/signature.h"
+#include "tools/common/text.h"
 #include "tools/common/weight_file.h"
 #include "tools/common/weight_fit.h"
 
 namespace {
 
-constexpr const char* TestFile = "tools_tuning_test.tmp";
-
 std::string Contents(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream text;
-    text << file.rdbuf();
-    return text.str();
+    std::string text;
+    EXPECT_TRUE(ReadWholeFile(path, text)) << path;
+    return text;
 }
 
 void Write(const std::string& path, const std::string& text) { std::ofstream(path, std::ios::binary) << text; }
@@ -34,18 +33,20 @@ class Tuning : public testing::Test {
 protected:
     void SetUp() override {
         ResetEngine();
+        path_ = TemporaryPath(".tmp");
         std::copy_n(&term_weights[0][0], 2 * TermSlots, saved_terms_);
         saved_weights_ = weights;
         AllocatePawnHash(0);
     }
     void TearDown() override {
-        std::remove(TestFile);
+        std::filesystem::remove_all(path_);
         std::copy_n(saved_terms_, 2 * TermSlots, &term_weights[0][0]);
         weights = saved_weights_;
         AllocatePawnHash(PawnHashSize);
         ResetEngine();
         RebuildEvaluation();
     }
+    std::string path_;
     int saved_terms_[2 * TermSlots];
     EvaluationWeights saved_weights_;
 };
@@ -101,16 +102,18 @@ TEST(WeightText, RefusesWhatItCannotRead) {
 // The compiler has read the same file.
 TEST_F(Tuning, SourceFileTakesTheProgramsWeights) {
     const std::string source = Contents(CORVANTIS_SOURCE_DIR "/eval/weights.def");
-    Write(TestFile, source);
+    Write(path_, source);
     std::string error;
-    ASSERT_TRUE(WriteWeightFile(TestFile, error)) << error;
-    EXPECT_EQ(Contents(TestFile), source) << "the built-in weights are those of the file";
+    EXPECT_TRUE(CheckWeightFile(path_, error)) << "the built-in weights are those of the file: " << error;
 
     term_weights[1][KnightMobility + 3] = 377;
     weights.rook_ending_factor[2] = 99;
-    ASSERT_TRUE(WriteWeightFile(TestFile, error)) << error;
+    term_weights[0][BishopPair] += 1;  // not fitted
+    EXPECT_FALSE(CheckWeightFile(path_, error)) << "built from another file";
+    ASSERT_TRUE(WriteWeightFile(path_, {&term_weights[1][KnightMobility + 3], &weights.rook_ending_factor[2]}, error))
+        << error;
     std::vector<WeightList> before, after;
-    ASSERT_TRUE(ParseWeightText(source, before, error) && ParseWeightText(Contents(TestFile), after, error)) << error;
+    ASSERT_TRUE(ParseWeightText(source, before, error) && ParseWeightText(Contents(path_), after, error)) << error;
     ASSERT_EQ(before.size(), after.size());
     int changed = 0;
     for (size_t i = 0; i < before.size(); ++i)
@@ -124,12 +127,45 @@ TEST_F(Tuning, SourceFileTakesTheProgramsWeights) {
     EXPECT_EQ(changed, 2);
 }
 
+TEST_F(Tuning, SourceFileMustBeWhole) {
+    const std::string source = Contents(CORVANTIS_SOURCE_DIR "/eval/weights.def");
+    const size_t entry = source.find("\nTERM(BishopPair,") + 1, end = source.find('\n', entry) + 1;
+    const std::string line = source.substr(entry, end - entry);
+    struct {
+        const char* why;
+        std::string text, word;
+    } const cases[] = {{"an entry taken out", source.substr(0, entry) + source.substr(end), "missing"},
+                       {"an entry copied", source + line, "twice"},
+                       {"nothing", "", "missing"}};
+    for (const auto& c : cases) {
+        Write(path_, c.text);
+        std::string error;
+        EXPECT_FALSE(CheckWeightFile(path_, error)) << c.why;
+        EXPECT_NE(error.find(c.word), std::string::npos) << error;
+    }
+}
+
+// Positions of a folder with a parameter file must not depend on it, nor a fit start from it.
+TEST_F(Tuning, ValuesBesideAToolChangeNothing) {
+    std::filesystem::create_directory(path_);
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(path_);
+    std::string numbers;
+    for (int i = 0; i < FileValueCount; ++i) numbers += "77\n";
+    Write("values.txt", numbers);
+    EXPECT_TRUE(InitialiseEngine());
+    std::filesystem::current_path(before);
+    EXPECT_TRUE(std::equal(saved_terms_, saved_terms_ + 2 * TermSlots, &term_weights[0][0]));
+    EXPECT_EQ(weights.race_bonus, saved_weights_.race_bonus);
+}
+
 TEST_F(Tuning, TrainingLines) {
-    Write(TestFile,
+    Write(path_,
           "4k3/pppp4/8/8/8/2N5/PPPP4/4K2R w K - ce 300; c0 \"1-0\";\n"    // used
           "4k2r/pppp4/2n5/8/8/8/PPPP4/4K3 b k - ce 300; c0 \"0-1\";\n"    // used: Black won, and moves
           "4k3/pppp4/2n5/8/8/8/PPPP4/4K2R w K - c0 \"1/2-1/2\";\n"        // used: no score
-          "4k3/pppp4/8/8/8/2N5/PPPP3r/4K2R w - - ce 0; c0 \"1-0\";\n"     // used
+          "4k3/pppp4/8/8/8/2N5/PPPP3r/4K2R w - - c0 \"1-0\"; ce 0;\n"     // used
+          "4k3/pppp4/8/8/8/2N5/PPPP4/4K2R w K - ce 0; c0 \"0-1\";\n"      // the first once more
           "4k3/pppp4/8/8/8/8/PPPP4/r3K2R w - - ce 0; c0 \"1-0\";\n"       // in check
           "4k3/8/8/8/8/8/8/4K2R w K - ce 500; c0 \"1-0\";\n"              // settled by a rule
           "4k3/pppp4/8/8/8/2N5/PPPP4/QQ2K2R w K - ce 900; c0 \"1-0\";\n"  // decided
@@ -137,20 +173,51 @@ TEST_F(Tuning, TrainingLines) {
           "not a position\n");
     TrainingSet set;
     TrainingFileReport report;
-    ASSERT_TRUE(ReadTrainingFile(TestFile, 1.0, set, report));
-    EXPECT_EQ(report.lines, 9);
+    ASSERT_TRUE(ReadTrainingFile(path_, 1.0, set, report));
+    EXPECT_EQ(report.lines, 10);
+    EXPECT_EQ(report.repeated, 1);
     EXPECT_EQ(report.unreadable, 2);
     EXPECT_EQ(report.dropped, 3);
     EXPECT_EQ(set.targets, (std::vector<float>{1, 1, 0.5, 1})) << "from the side to move, results alone";
 
     TrainingSet mixed;
     TrainingFileReport again;
-    ASSERT_TRUE(ReadTrainingFile(TestFile, 0.5, mixed, again));
+    ASSERT_TRUE(ReadTrainingFile(path_, 0.5, mixed, again));
     EXPECT_EQ(mixed.targets[0], mixed.targets[1]) << "the same seen by Black";
     EXPECT_LT(mixed.targets[0], 1);
     EXPECT_FLOAT_EQ(mixed.targets[2], 0.5);
     EXPECT_FLOAT_EQ(mixed.targets[3], 0.75) << "even score, won";
     EXPECT_FALSE(ReadTrainingFile("no such file", 0.5, mixed, again));
+    TrainingFileReport second;
+    ASSERT_TRUE(ReadTrainingFile(path_, 0.5, mixed, second));
+    EXPECT_EQ(second.used, 0) << "all of it came before";
+}
+
+TEST_F(Tuning, BrokenCompressedFileIsNoData) {
+    const std::string compressed = path_ + ".gz";
+    Write(compressed, "4k3/pppp4/8/8/8/2N5/PPPP4/4K2R w K - ce 300; c0 \"1-0\";\n");
+    TrainingSet set;
+    TrainingFileReport report;
+    EXPECT_FALSE(ReadTrainingFile(compressed, 0.5, set, report));
+    EXPECT_EQ(set.Size(), 0u);
+    std::filesystem::remove(compressed);
+}
+
+TEST(ToolText, NumbersAreWholeAndInRange) {
+    struct {
+        const char* word;
+        bool good;
+    } const cases[] = {{"12", true}, {"-5", true},  {"", false},    {"12x", false},
+                       {"x", false}, {"1 ", false}, {"101", false}, {"99999999999999999999", false}};
+    for (const auto& c : cases) {
+        int number = 7;
+        EXPECT_EQ(ParseNumber(c.word, -100, 100, number), c.good) << c.word;
+        EXPECT_EQ(number == 7, !c.good) << c.word;
+    }
+    double share = 7;
+    EXPECT_TRUE(ParseNumber("0.25", 0, 1, share));
+    EXPECT_EQ(share, 0.25);
+    for (const char* word : {"nan", "inf", "0.5%", "2"}) EXPECT_FALSE(ParseNumber(word, 0, 1, share)) << word;
 }
 
 // Expectations of what curve the scores came from: known by construction.

@@ -7,14 +7,14 @@
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
 
 #include "eval/evaluate.h"
 #include "tools/common/signature.h"
+#include "tools/common/text.h"
 
 int main(int argc, char** argv) {
-    const int depth = argc > 1 ? std::atoi(argv[1]) : SignatureDepth;
-    if (argc > 2 || depth < 2 || depth > 90) {
+    int depth = SignatureDepth;
+    if (argc > 2 || (argc == 2 && !ParseNumber(argv[1], 2, 90, depth))) {
         std::fprintf(stderr, "usage: corvantis_bench_signature [DEPTH]   (2..90, default %d)\n", SignatureDepth);
         return 2;
     }

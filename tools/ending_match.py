@@ -2,14 +2,15 @@
 """Plays won endings out against a reference engine and counts the mates.
 
 For each class of material it draws random positions, keeps those that are certainly won, and
-lets the engine under test win them against the best defence another UCI engine finds. A game
+lets the engine under test win them against the best defence another UCI engine finds with its
+own evaluation by hand: a network is switched off where there is the option "Use NNUE". A game
 fails when the mate takes longer than the limit, the position repeats three times, a piece is
 lost so that the win is gone, or the defender is stalemated. One line a class: positions, mated,
 longest mate in moves, average; then each failure with its position.
 
     tools/ending_match.py build/corvantis /usr/games/stockfish --count 200 --class KBNK
 
-Positions depend on the seed only. Both engines play without tablebases and with a new hash
+Positions depend on the seed and on what the referee takes for won. Both engines play without tablebases and with a new hash
 table for each game. Only the standard library is used.
 """
 import argparse
@@ -24,7 +25,8 @@ STRAIGHT, SLANTED = KING_STEPS[:4], KING_STEPS[4:]
 SLIDES = {"r": STRAIGHT, "b": SLANTED, "q": KING_STEPS}
 
 # What each side has besides its king, and how sure the referee must be that it is won:
-# centipawns at its confirming search, None when a short look is enough.
+# centipawns at its confirming search. None: almost every position is won, and a short search
+# finds the exceptions, such as a piece that is lost at once.
 CLASSES = {
     "KQK": ("Q", "", None),
     "KRK": ("R", "", None),
@@ -117,7 +119,10 @@ def random_board(draw, white_men, black_men):
 
 class Engine:
     def __init__(self, path, options=()):
-        self.process = subprocess.Popen([path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        try:
+            self.process = subprocess.Popen([path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        except OSError as error:
+            sys.exit("cannot start %s: %s" % (path, error.strerror))
         self.ask("uci", "uciok")
         for name, value in options:
             self.tell("setoption name %s value %s" % (name, value))
@@ -183,6 +188,8 @@ def play_out(engine, defender, board, strong_is_white, move_budget, move_limit):
             if not board.in_check(board.white_to_move):
                 return 0, "stalemate"
             return own_moves, ""
+        if board.quiet_plies >= 100:
+            return 0, "fifty moves"
         if engines_turn:
             own_moves += 1
             if own_moves > move_limit:
@@ -192,8 +199,6 @@ def play_out(engine, defender, board, strong_is_white, move_budget, move_limit):
         strong = [m.lower() for m in board.men.values() if m.isupper() == strong_is_white]
         if not set(strong) & set("qrp") and len(strong) < 3:
             return 0, "the winning piece was lost at move %d" % own_moves
-        if board.quiet_plies >= 100:
-            return 0, "fifty moves"
         seen[board.key()] = seen.get(board.key(), 0) + 1
         if seen[board.key()] == 3:
             return 0, "threefold repetition at move %d" % own_moves

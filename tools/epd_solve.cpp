@@ -2,17 +2,18 @@
 //
 //   epd_solve [--movetime MS | --depth N | --nodes N] FILE...
 //
-// Each line of a file is an EPD record: four FEN fields, then operations. "bm" names the best
+// Each line of a file is an EPD record: four FEN fields, then operations; empty lines and lines
+// that begin with # are passed over. "bm" names the best
 // moves in SAN, any of which solves the position; "dm N" says that the side to move mates in N
 // moves, or for a negative N that it is mated in -N, and the score must say the same. With both
 // the shortest mate solves whatever its first move. Records without either are searched and
-// counted as unrated. Exit status 0 when every rated position is solved.
+// counted as unrated; what is no record counts as not solved. Exit status 0 when every rated
+// position is solved, 1 when one is not or there are no positions, 2 when a file cannot be read.
 #include <algorithm>
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
+#include <climits>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -23,12 +24,18 @@
 #include "search/root.h"
 #include "search/search_state.h"
 #include "search/time_control.h"
+#include "tools/common/epd.h"
 #include "tools/common/signature.h"
+#include "tools/common/text.h"
 
 namespace {
 
+constexpr int DefaultMilliseconds = 1000;
+constexpr int LongestMate = 500;  // moves
+
 struct Record {
     std::string fen, id;
+    std::string place;  // file:line, for messages
     std::vector<std::string> best_moves;
     bool has_mate = false;
     int mate = 0;
@@ -47,46 +54,17 @@ std::string Bare(const std::string& san) {
     return bare;
 }
 
-std::vector<std::string> Words(const std::string& text) {
-    std::vector<std::string> words;
-    size_t at = 0;
-    while ((at = text.find_first_not_of(" \t\r", at)) != std::string::npos) {
-        const size_t end = std::min(text.find_first_of(" \t\r", at), text.size());
-        words.push_back(text.substr(at, end - at));
-        at = end;
-    }
-    return words;
-}
-
-// Takes the four fields and the operations apart. A quoted operand may hold a semicolon.
 bool ParseRecord(const std::string& line, Record& record) {
-    const std::vector<std::string> words = Words(line);
-    if (words.size() < 4) return false;
-    for (int i = 0; i < 4; ++i) record.fen += words[i] + " ";
-    record.fen += "0 1";
-
-    size_t at = 0;
-    for (int field = 0; field < 4; ++field) {
-        at = line.find_first_not_of(" \t", at);
-        at = std::min(line.find_first_of(" \t", at), line.size());
+    EpdRecord epd;
+    if (!ParseEpd(line, epd)) return false;
+    record.fen = epd.fen + " 0 1";
+    if (const auto* moves = epd.Find("bm"))
+        for (size_t i = 1; i < moves->size(); ++i) record.best_moves.push_back(Bare((*moves)[i]));
+    if (const auto* mate = epd.Find("dm")) {
+        record.has_mate = true;
+        if (!ParseNumber((*mate)[1], -LongestMate, LongestMate, record.mate)) return false;
     }
-    while (at < line.size()) {
-        bool quoted = false;
-        size_t end = at;
-        while (end < line.size() && (quoted || line[end] != ';')) quoted ^= line[end++] == '"';
-        const std::vector<std::string> operation = Words(line.substr(at, end - at));
-        at = end + 1;
-        if (operation.size() < 2) continue;
-        if (operation[0] == "bm") {
-            for (size_t i = 1; i < operation.size(); ++i) record.best_moves.push_back(Bare(operation[i]));
-        } else if (operation[0] == "dm") {
-            record.has_mate = true;
-            record.mate = std::atoi(operation[1].c_str());
-        } else if (operation[0] == "id") {
-            for (const char c : operation[1])
-                if (c != '"') record.id += c;
-        }
-    }
+    if (const auto* id = epd.Find("id")) record.id = (*id)[1];
     return true;
 }
 
@@ -109,7 +87,7 @@ bool BestMovesAreLegal(const Record& record) {
         bool found = false;
         for (const std::string& san : legal) found |= san == best;
         if (!found) {
-            std::fprintf(stderr, "%s: %s is not a legal move\n", record.id.c_str(), best.c_str());
+            std::fprintf(stderr, "%s: %s is not a legal move\n", record.place.c_str(), best.c_str());
             return false;
         }
     }
@@ -120,6 +98,7 @@ void Solve(const Record& record, const SearchLimits& limits, Totals& totals) {
     ClearSearch();
     ResetSearchMemory();
     SetFen(record.fen.c_str());
+    if (!IsPlayable()) std::fprintf(stderr, "%s: the position cannot be played\n", record.place.c_str());
     if (!IsPlayable() || !BestMovesAreLegal(record)) {
         std::printf("BAD     %-16s %s\n", record.id.c_str(), record.fen.c_str());
         ++totals.rated;
@@ -157,7 +136,10 @@ void Solve(const Record& record, const SearchLimits& limits, Totals& totals) {
 }
 
 int Usage() {
-    std::fprintf(stderr, "usage: epd_solve [--movetime MS | --depth N | --nodes N] FILE...\n");
+    std::fprintf(stderr,
+                 "usage: epd_solve [--movetime MS | --depth N | --nodes N] FILE...\n"
+                 "       one limit a position, default --movetime %d; depth 1..90\n",
+                 DefaultMilliseconds);
     return 2;
 }
 
@@ -169,7 +151,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     SearchLimits limits = search_limits;
-    limits.MoveTime = 100;
+    limits.MoveTime = DefaultMilliseconds / 10;  // centiseconds
     std::vector<std::string> files;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
@@ -177,27 +159,46 @@ int main(int argc, char** argv) {
             files.push_back(word);
             continue;
         }
-        const long long value = i + 1 < argc ? std::atoll(argv[++i]) : 0;
-        if (value <= 0) return Usage();
+        if (++i == argc) return Usage();
+        const std::string value = argv[i];
         limits = search_limits;
-        if (word == "--movetime") limits.MoveTime = int(std::max(1LL, value / 10));
-        else if (word == "--depth") limits.MaxDepth = int(value);
-        else if (word == "--nodes") limits.MaxNodes = value;
-        else return Usage();
+        int milliseconds = 0;
+        bool good = false;
+        if (word == "--movetime") {
+            good = ParseNumber(value, 1, INT_MAX, milliseconds);
+            limits.MoveTime = std::max(1, milliseconds / 10);
+        } else if (word == "--depth") {
+            good = ParseNumber(value, 1, 90, limits.MaxDepth);
+        } else if (word == "--nodes") {
+            good = ParseNumber(value, 1, INT64_MAX, limits.MaxNodes);
+        }
+        if (!good) return Usage();
     }
     if (files.empty()) return Usage();
 
     Totals totals;
     for (const std::string& file : files) {
-        std::ifstream in(file);
-        if (!in) {
+        std::string text, line;
+        if (!ReadWholeFile(file, text)) {
             std::fprintf(stderr, "%s: cannot be read\n", file.c_str());
             return 2;
         }
-        for (std::string line; std::getline(in, line);) {
+        size_t at = 0;
+        for (int number = 1; NextLine(text, at, line); ++number) {
+            if (line.find_first_not_of(" \t") == std::string::npos || line[0] == '#') continue;
             Record record;
-            if (ParseRecord(line, record)) Solve(record, limits, totals);
+            record.place = file + ":" + std::to_string(number);
+            if (ParseRecord(line, record)) {
+                Solve(record, limits, totals);
+            } else {
+                std::fprintf(stderr, "%s: no EPD record\n", record.place.c_str());
+                ++totals.rated;
+            }
         }
+    }
+    if (totals.rated + totals.unrated == 0) {
+        std::fprintf(stderr, "no positions\n");
+        return 1;
     }
     std::printf("%d of %d solved", totals.solved, totals.rated);
     if (totals.unrated > 0) std::printf(", %d unrated", totals.unrated);

@@ -8,16 +8,16 @@
 //
 // Gains are centipawns of the colour named, opening half and endgame half. The last lines put
 // them together; "total" is what the engine says of the position.
-#include <cctype>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <iostream>
 #include <string>
 
-#include "board/legality.h"
+#include "board/position.h"
 #include "eval/eval_info.h"
 #include "eval/evaluate.h"
 #include "eval/trace.h"
+#include "tools/common/mirror.h"
 #include "tools/common/signature.h"
 
 namespace {
@@ -52,108 +52,107 @@ bool Trace(const char* fen) {
     return sum == score;
 }
 
-// The same game seen from the other side: ranks reversed, colours and castling swapped, the other
-// side to move, no en passant.
-std::string Flipped(const char* fen) {
-    char board[128] = "", side[8] = "", castling[16] = "-";
-    std::sscanf(fen, "%127s %7s %15s", board, side, castling);
-    std::string rows, row;
-    for (const char* c = board;; ++c) {
-        if (*c && *c != '/') {
-            row += std::isalpha(*c) ? char(*c ^ 32) : *c;
-            continue;
-        }
-        rows.insert(0, rows.empty() ? row : row + "/");
-        row.clear();
-        if (!*c) break;
-    }
-    std::string rights;
-    for (const char* c = castling; *c; ++c) rights += std::isalpha(*c) ? char(*c ^ 32) : *c;
-    return rows + (*side == 'w' ? " b " : " w ") + rights + " -";
-}
-
-// One side's knights decide a correction for both, by definition of the imbalance.
-bool FlipsExactly() {
-    const auto& n = thread_board.PieceCount;
-    const bool queens = n[QUEEN][WHITE] + n[QUEEN][BLACK] > 0, rooks = n[ROOK][WHITE] + n[ROOK][BLACK] > 0;
-    return !queens || rooks || n[KNIGHT][WHITE] + n[KNIGHT][BLACK] == 0;
-}
-
+// Passed checks of each kind.
 struct CheckCounts {
-    long positions = 0, flipped = 0, derived = 0, cached = 0, settled = 0, faults = 0;
+    long positions = 0, sums = 0, flipped = 0, derived = 0, cached = 0;
+    long settled = 0, faults = 0, unreadable = 0;
 };
 
-void Check(const char* fen, CheckCounts& counts) {
+void Check(const std::string& fen, CheckCounts& counts) {
     const auto expect = [&](const char* what, int value, int truth) {
-        if (value == truth) return;
+        if (value == truth) return true;
         ++counts.faults;
-        std::printf("%s: %d instead of %d: %s\n", what, value, truth, fen);
+        std::printf("%s: %d instead of %d: %s\n", what, value, truth, fen.c_str());
+        return false;
     };
-    SetFen(fen);
-    if (!IsPlayable()) return;
+    SetFen(fen.c_str());
+    if (!IsPlayable()) {
+        ++counts.unreadable;
+        return;
+    }
+    const std::string whole_fen = WriteFen();
+    const bool mirrors = MirrorsExactly();
     ++counts.positions;
     int score = NotEvaluated, other = NotEvaluated;
     TracePosition(score);
     counts.settled += evaluation_trace.exact;
-    expect("sum of terms", TracedScore(), score);
+    const bool sum = expect("sum of terms", TracedScore(), score);
     EvaluatePosition(other);
-    expect("untraced", other, score);
+    const bool same = expect("untraced", other, score);
+    counts.sums += sum && same;
     const bool derives = thread_eval_info.SymmetryValid;
     const int derived = thread_eval_info.SymmetryDelta - score;
 
-    expect("fresh through the cache", Evaluate(), score);
-    expect("cached", Evaluate(), score);
-    ++counts.cached;
+    bool cached = expect("fresh through the cache", Evaluate(), score);
+    cached &= expect("cached", Evaluate(), score);
     thread_board.SideToMove ^= 1;
     EvaluatePosition(other);
-    if (derives) {
-        expect("derived for the other side", derived, other);
-        ++counts.derived;
-    }
-    expect("other side through the cache", Evaluate(), other);
-    if (FlipsExactly()) {
-        SetFen(Flipped(fen).c_str());
-        EvaluatePosition(other);
-        expect("colours swapped", other, score);
-        ++counts.flipped;
+    if (derives) counts.derived += expect("derived for the other side", derived, other);
+    cached &= expect("other side through the cache", Evaluate(), other);
+    counts.cached += cached;
+    if (!mirrors) return;
+    SetFen(ColourFlipped(whole_fen).c_str());
+    EvaluatePosition(other);
+    counts.flipped += expect("colours swapped", other, score);
+}
+
+// Calls visit() with every line of standard input that holds something.
+template <typename Visit> void EveryLine(Visit visit) {
+    for (std::string line; std::getline(std::cin, line);) {
+        while (!line.empty() && std::strchr(" \t\r", line.back())) line.pop_back();
+        if (!line.empty()) visit(line);
     }
 }
 
-// Evaluates every line of standard input.
 bool CheckAll() {
     CheckCounts counts;
-    char line[512];
-    while (std::fgets(line, sizeof line, stdin)) {
-        line[std::strcspn(line, "\r\n")] = 0;
-        if (*line) Check(line, counts);
-    }
+    EveryLine([&](const std::string& line) { Check(line, counts); });
     std::printf(
         "%ld positions: %ld add up, %ld with colours swapped, %ld derived for the other side, %ld from the cache, "
         "%ld settled by a rule; faults: %ld\n",
-        counts.positions, counts.positions, counts.flipped, counts.derived, counts.cached, counts.settled,
-        counts.faults);
-    return counts.faults == 0;
+        counts.positions, counts.sums, counts.flipped, counts.derived, counts.cached, counts.settled, counts.faults);
+    if (counts.unreadable > 0) std::fprintf(stderr, "%ld lines hold no playable position\n", counts.unreadable);
+    if (counts.positions == 0) std::fprintf(stderr, "nothing was checked\n");
+    return counts.faults == 0 && counts.positions > 0;
+}
+
+int Usage() {
+    std::fprintf(stderr,
+                 "usage: eval_trace FEN\n"
+                 "       eval_trace [--check] < FILE      (one position a line; default: print them)\n");
+    return 2;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    const bool check = argc == 2 && !std::strcmp(argv[1], "--check");
+    if (argc > 1 && argv[1][0] == '-' && !check) return Usage();
     if (!InitialiseEngine()) {
         std::fprintf(stderr, "out of memory\n");
         return 1;
     }
     evaluation_root_side = WHITE;
-    if (argc == 2 && !std::strcmp(argv[1], "--check")) return CheckAll() ? 0 : 1;
+    if (check) return CheckAll() ? 0 : 1;
+    bool adds_up = true;
+    // False when there is nothing to trace.
+    const auto trace = [&](const std::string& fen) {
+        SetFen(fen.c_str());
+        if (!IsPlayable()) {
+            std::fprintf(stderr, "cannot be played: %s\n", fen.c_str());
+            return false;
+        }
+        adds_up &= Trace(fen.c_str());
+        return true;
+    };
     if (argc > 1) {
         std::string fen;
         for (int i = 1; i < argc; ++i) fen += (i > 1 ? " " : "") + std::string(argv[i]);
-        return Trace(fen.c_str()) ? 0 : 1;
+        if (!trace(fen)) return Usage();
+        return adds_up ? 0 : 1;
     }
-    bool good = true;
-    char line[512];
-    while (std::fgets(line, sizeof line, stdin)) {
-        line[std::strcspn(line, "\r\n")] = 0;
-        if (*line) good &= Trace(line);
-    }
-    return good ? 0 : 1;
+    long unreadable = 0;
+    EveryLine([&](const std::string& line) { unreadable += !trace(line); });
+    if (unreadable > 0) std::fprintf(stderr, "%ld lines hold no playable position\n", unreadable);
+    return adds_up && unreadable == 0 ? 0 : 1;
 }

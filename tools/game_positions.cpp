@@ -8,24 +8,28 @@
 // result says nothing about the position. The output file is appended to, and its positions are
 // not written twice (quiet_positions.h). The last line, on standard output: games, positions,
 // seconds.
-#include <algorithm>
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "tools/common/game_reader.h"
 #include "tools/common/quiet_positions.h"
+#include "tools/common/text.h"
+
+static constexpr int64_t DefaultNodes = 6000;
 
 static int Usage() {
-    std::fprintf(stderr, "usage: game_positions [--nodes N] --output FILE GAMES.pgn...\n");
+    std::fprintf(stderr,
+                 "usage: game_positions [--nodes N] --output FILE GAMES.pgn...\n"
+                 "       --nodes a position, default %" PRId64 "\n",
+                 DefaultNodes);
     return 2;
 }
 
 int main(int argc, char** argv) {
-    int64_t nodes = 6000;
+    int64_t nodes = DefaultNodes;
     std::string output;
     std::vector<std::string> files;
     for (int i = 1; i < argc; ++i) {
@@ -35,11 +39,10 @@ int main(int argc, char** argv) {
             continue;
         }
         if (++i == argc) return Usage();
-        if (word == "--nodes") nodes = std::atoll(argv[i]);
-        else if (word == "--output") output = argv[i];
-        else return Usage();
+        if (word == "--output") output = argv[i];
+        else if (word != "--nodes" || !ParseNumber(argv[i], 1, INT64_MAX, nodes)) return Usage();
     }
-    if (files.empty() || output.empty() || nodes <= 0) return Usage();
+    if (files.empty() || output.empty()) return Usage();
     if (!InitialisePositionTool()) {
         std::fprintf(stderr, "out of memory\n");
         return 1;

@@ -7,14 +7,14 @@
 // openings file, cut after 4 to 12 plies, followed by random legal moves: 2 of them after such
 // a line, 8 without an openings file, or as many as --random-plies says. They keep two games
 // from one line apart, since the engine itself plays the same game twice. A beginning that
-// favours one side too much, or that was played before, is drawn again.
+// favours one side too much, or that was played before, is drawn again; after 200 of them in a row
+// the program ends with a message and exit status 1, the games played so far being in the file.
 //
 // The last column of a .tsv file holds moves in SAN.
 //
 // Each game starts from empty tables, so a seed gives the same games everywhere. Without --seed
-// every run draws others; the seed is printed. A values.txt in the current directory counts, as
-// it does for the engine. The output file is appended to, and its positions are not written
-// twice (quiet_positions.h). Progress goes to standard error every 100 games. Interrupted, the
+// every run draws others; the seed is printed. The weights are the built-in ones. The output file is
+// appended to, and its positions are not written twice (quiet_positions.h). Progress goes to standard error every 100 games. Interrupted, the
 // program ends after the current game. The last line, on standard output: games, positions,
 // seconds.
 #include <algorithm>
@@ -36,6 +36,7 @@
 #include "search/search_state.h"
 #include "tools/common/game_reader.h"
 #include "tools/common/quiet_positions.h"
+#include "tools/common/text.h"
 
 namespace {
 
@@ -44,7 +45,7 @@ constexpr int RandomPliesAlone = 8, RandomPliesAfterOpening = 2;
 constexpr int ShortestOpening = 4, LongestOpening = 12;  // plies
 constexpr int BeginningImbalance = 200;                  // centipawns of material that spoil a beginning
 constexpr int BeginningScore = 250;                      // and of search score
-constexpr int DrawsOfBeginning = 200;                    // before a repeated beginning is taken after all
+constexpr int MostRefusals = 200;                        // of beginnings in a row
 
 // When a game is decided without being played out: scores in centipawns, counts in plies.
 constexpr int WonScore = 900, WonPlies = 6;
@@ -81,13 +82,8 @@ void Interrupt(int) { interrupted = 1; }
 
 // The movetext column of a line per line, with an empty result to end each.
 std::string TableToGames(const std::string& table) {
-    std::string games;
-    for (size_t at = 0; at < table.size();) {
-        const size_t end = std::min(table.find('\n', at), table.size());
-        const std::string row = table.substr(at, end - at);
-        games += row.substr(row.rfind('\t') + 1) + " *\n";
-        at = end + 1;
-    }
+    std::string games, row;
+    for (size_t at = 0; NextLine(table, at, row);) games += row.substr(row.rfind('\t') + 1) + " *\n";
     return games;
 }
 
@@ -98,7 +94,7 @@ bool ReadOpenings(const std::string& path, std::vector<ReadGame>& openings) {
         std::fprintf(stderr, "%s: cannot be read\n", path.c_str());
         return false;
     }
-    const bool is_table = path.size() > 4 && path.compare(path.size() - 4, 4, ".tsv") == 0;
+    const bool is_table = EndsWith(path, ".tsv");
     if (is_table) text = TableToGames(text);
     GameReader reader(text);
     for (ReadGame game; reader.Next(game);) {
@@ -178,21 +174,17 @@ Result PlayOut(int64_t nodes, std::vector<QuietPosition>& positions) {
 bool ParseOptions(int argc, char** argv, Options& options) {
     for (int i = 1; i + 1 < argc; i += 2) {
         const std::string word = argv[i], value = argv[i + 1];
-        const long long number = std::atoll(value.c_str());
-        if (word == "--games") options.games = number;
-        else if (word == "--nodes") options.nodes = number;
-        else if (word == "--random-plies") options.random_plies = int(number);
+        bool good = true;
+        if (word == "--games") good = ParseNumber(value, 1, INT64_MAX, options.games);
+        else if (word == "--nodes") good = ParseNumber(value, 1, INT64_MAX, options.nodes);
+        else if (word == "--random-plies") good = ParseNumber(value, 0, 100, options.random_plies);
         else if (word == "--openings") options.openings = value;
         else if (word == "--output") options.output = value;
-        else if (word == "--seed") {
-            options.seed = std::strtoull(value.c_str(), nullptr, 10);
-            options.has_seed = true;
-        } else {
-            return false;
-        }
+        else if (word == "--seed") options.has_seed = good = ParseNumber(value, 0, UINT64_MAX, options.seed);
+        else good = false;
+        if (!good) return false;
     }
-    return argc % 2 == 1 && options.games > 0 && options.nodes > 0 && options.random_plies <= 100
-        && !options.output.empty();
+    return argc % 2 == 1 && options.games > 0 && !options.output.empty();
 }
 
 }  // namespace
@@ -202,7 +194,10 @@ int main(int argc, char** argv) {
     if (!ParseOptions(argc, argv, options)) {
         std::fprintf(stderr,
                      "usage: selfplay_positions --games N [--nodes N] [--seed N] [--openings FILE.tsv|FILE.pgn]\n"
-                     "                          [--random-plies N] --output FILE\n");
+                     "                          [--random-plies N] --output FILE\n"
+                     "       --nodes a move, default %d; --random-plies 0..100, default %d, behind a line of\n"
+                     "       --openings %d; --seed default another in every run; --openings default none\n",
+                     DefaultNodes, RandomPliesAlone, RandomPliesAfterOpening);
         return 2;
     }
     if (!InitialisePositionTool()) {
@@ -234,18 +229,23 @@ int main(int argc, char** argv) {
                      games, double(games) / seconds(), writer.written, double(writer.written) / seconds(),
                      results[WhiteWins], results[Draw], results[BlackWins]);
     };
-    for (int repeated = 0; games < options.games && !interrupted;) {
+    int refused = 0;
+    while (games < options.games && refused < MostRefusals && !interrupted) {
+        ++refused;
         if (!DrawBeginning(random, openings, options.random_plies)) continue;
-        if (!beginnings.insert(DuplicateKey()).second && ++repeated < DrawsOfBeginning) continue;
-        repeated = 0;
+        if (!beginnings.insert(DuplicateKey()).second) continue;
         const Result result = PlayOut(options.nodes, positions);
         if (result == Unfinished) continue;
+        refused = 0;
         ++results[result];
         TakeSpread(int(positions.size()), [&](int i) { return writer.Add(positions[size_t(i)], ResultText[result]); });
         if (!writer.WriteGame()) return 1;
         if (++games % GamesPerReport == 0) report();
     }
     if (games % GamesPerReport != 0) report();
+    if (refused == MostRefusals)
+        std::fprintf(stderr, "%d beginnings in a row give material away, favour one side or were played before\n",
+                     MostRefusals);
     std::printf("%" PRId64 " games, %" PRId64 " positions, %.1f seconds\n", games, writer.written, seconds());
-    return 0;
+    return refused == MostRefusals ? 1 : 0;
 }

@@ -2,7 +2,7 @@
 //
 //   tune_weights [OPTION]... DATA.epd[.gz]...
 //
-//   --source FILE     rewrite the numbers of this weights.def
+//   --source FILE     rewrite the numbers of this weights.def, those that were fitted
 //   --values FILE     write the weights as a parameter file
 //   --lambda X        share of the game's result in the target, the rest is the score (0.4)
 //   --rounds N        linear models, each around the weights of the last (3)
@@ -16,18 +16,18 @@
 //   --report          what every term is worth in held-out error, after the fit
 //
 // Without --source and --values the changed weights are only printed. An interrupt ends the
-// running round early; what is best by then is written. Fitting starts from the built-in weights, or
-// from "values.txt" when the current directory has one; after --source build again.
+// running round early; what is best by then is written. Fitting starts from the built-in weights, so
+// the file of --source must be the one that this program was built from; build again after it.
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "eval/evaluate.h"
 #include "eval/parameters.h"
 #include "tools/common/signature.h"
+#include "tools/common/text.h"
 #include "tools/common/weight_file.h"
 #include "tools/common/weight_fit.h"
 
@@ -45,21 +45,24 @@ struct Options {
 };
 
 int Usage() {
+    const Options standard{};
     std::fprintf(stderr,
-                 "usage: tune_weights [--source weights.def] [--values FILE] [--lambda X] [--rounds N] [--epochs N]\n"
-                 "                    [--prior CP] [--smooth CP] [--number-prior X] [--scale CP]\n"
-                 "                    [--freeze NAME,...] [--only NAME,...] [--report] DATA.epd[.gz]...\n");
+                 "usage: tune_weights [OPTION]... DATA.epd[.gz]...\n"
+                 "  --source FILE     weights.def to rewrite (default none)\n"
+                 "  --values FILE     parameter file to write (default none)\n"
+                 "  --lambda X        share of the result in the target, 0..1 (default %g)\n"
+                 "  --rounds N        0..1000 (default %d)\n"
+                 "  --epochs N        a round, 0..1000000 (default %d)\n"
+                 "  --prior CP        0.001..10000 (default %g)\n"
+                 "  --smooth CP       0..10000, 0: none (default %g)\n"
+                 "  --number-prior X  0.0001..100 (default %g)\n"
+                 "  --scale CP        1..10000 (default: fitted anew each round)\n"
+                 "  --freeze NAMES    separated by commas (default none)\n"
+                 "  --only NAMES      separated by commas (default all)\n"
+                 "  --report          what every term is worth (default off)\n",
+                 standard.lambda, standard.fit.rounds, standard.fit.epochs, standard.fit.term_spread,
+                 standard.fit.smoothness, standard.fit.number_spread);
     return 2;
-}
-
-std::vector<std::string> Names(const std::string& text) {
-    std::vector<std::string> names;
-    for (size_t at = 0; at <= text.size();) {
-        const size_t end = std::min(text.find(',', at), text.size());
-        if (end > at) names.push_back(text.substr(at, end - at));
-        at = end + 1;
-    }
-    return names;
 }
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -74,22 +77,74 @@ bool ParseOptions(int argc, char** argv, Options& options) {
             continue;
         }
         if (++i == argc) return false;
-        const char* value = argv[i];
+        const std::string value = argv[i];
+        FitSettings& fit = options.fit;
+        bool good = true;
         if (word == "--source") options.source = value;
         else if (word == "--values") options.values = value;
-        else if (word == "--lambda") options.lambda = std::atof(value);
-        else if (word == "--rounds") options.fit.rounds = std::atoi(value);
-        else if (word == "--epochs") options.fit.epochs = std::atoi(value);
-        else if (word == "--prior") options.fit.term_spread = std::atof(value);
-        else if (word == "--smooth") options.fit.smoothness = std::atof(value);
-        else if (word == "--number-prior") options.fit.number_spread = std::atof(value);
-        else if (word == "--scale") options.fit.scale = std::atof(value);
-        else if (word == "--freeze") options.fit.freeze = Names(value);
-        else if (word == "--only") options.fit.only = Names(value);
-        else return false;
+        else if (word == "--lambda") good = ParseNumber(value, 0, 1, options.lambda);
+        else if (word == "--rounds") good = ParseNumber(value, 0, 1000, fit.rounds);
+        else if (word == "--epochs") good = ParseNumber(value, 0, 1000000, fit.epochs);
+        else if (word == "--prior") good = ParseNumber(value, 0.001, 10000, fit.term_spread);
+        else if (word == "--smooth") good = ParseNumber(value, 0, 10000, fit.smoothness);
+        else if (word == "--number-prior") good = ParseNumber(value, 0.0001, 100, fit.number_spread);
+        else if (word == "--scale") good = ParseNumber(value, 1, 10000, fit.scale);
+        else if (word == "--freeze") fit.freeze = Split(value, ',');
+        else if (word == "--only") fit.only = Split(value, ',');
+        else good = false;
+        if (!good) return false;
     }
-    return !options.data.empty() && options.lambda >= 0 && options.lambda <= 1 && options.fit.rounds >= 0
-        && options.fit.term_spread > 0 && options.fit.number_spread > 0;
+    return !options.data.empty();
+}
+
+// Before hours of fitting. False, after a message, when what comes out could not be written.
+bool OutputsAreFit(const Options& options) {
+    std::string error;
+    if (!options.source.empty() && !CheckWeightFile(options.source, error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        return false;
+    }
+    if (!options.values.empty() && !CanReplaceFile(options.values)) {
+        std::fprintf(stderr, "%s: cannot be written\n", options.values.c_str());
+        return false;
+    }
+    return true;
+}
+
+// False, after a message, when a file cannot be read or too little is in them.
+bool ReadData(const Options& options, TrainingSet& set) {
+    for (const std::string& path : options.data) {
+        TrainingFileReport file;
+        if (!ReadTrainingFile(path, options.lambda, set, file)) {
+            std::fprintf(stderr, "%s: cannot be read\n", path.c_str());
+            return false;
+        }
+        std::printf("%s: %d lines, %d used, %d repeated, %d dropped, %d unreadable, score scale %.1f\n", path.c_str(),
+                    file.lines, file.used, file.repeated, file.dropped, file.unreadable, file.score_scale);
+        std::fflush(stdout);
+    }
+    const auto held_out = std::count(set.held_out.begin(), set.held_out.end(), 1);
+    std::printf("%zu positions, %td of them held out\n", set.Size(), held_out);
+    if (held_out > 0 && size_t(held_out) < set.Size()) return true;
+    std::fprintf(stderr, "too few positions: one part is empty\n");
+    return false;
+}
+
+// Tries both outputs even when the first fails.
+bool WriteOutputs(const Options& options, const FitReport& report) {
+    bool written = true;
+    std::vector<const int*> fitted;
+    for (const FreeWeight& w : report.weights) fitted.push_back(w.value);
+    std::string error;
+    if (!options.source.empty() && !WriteWeightFile(options.source, fitted, error)) {
+        std::fprintf(stderr, "%s\n", error.c_str());
+        written = false;
+    }
+    if (!options.values.empty() && !SaveValues(options.values.c_str())) {
+        std::fprintf(stderr, "%s: cannot be written\n", options.values.c_str());
+        written = false;
+    }
+    return written;
 }
 
 void PrintChanges(const FitReport& report) {
@@ -112,7 +167,8 @@ int main(int argc, char** argv) {
     if (!ParseOptions(argc, argv, options)) return Usage();
     std::string unknown;
     if (ListFreeWeights(options.fit, &unknown).empty()) {
-        std::fprintf(stderr, "%s: no such term or number, or nothing left to fit\n", unknown.c_str());
+        if (!unknown.empty()) std::fprintf(stderr, "%s is no term or number\n", unknown.c_str());
+        else std::fprintf(stderr, "nothing is left to fit\n");
         return 2;
     }
     if (!InitialiseEngine()) {
@@ -122,16 +178,7 @@ int main(int argc, char** argv) {
     AllocatePawnHash(0);  // or changed weights of pawns would not show
 
     TrainingSet set;
-    for (const std::string& path : options.data) {
-        TrainingFileReport file;
-        if (!ReadTrainingFile(path, options.lambda, set, file)) {
-            std::fprintf(stderr, "%s: cannot be read\n", path.c_str());
-            return 1;
-        }
-        std::printf("%s: %d lines, %d used, %d dropped, %d unreadable, score scale %.1f\n", path.c_str(), file.lines,
-                    file.used, file.dropped, file.unreadable, file.score_scale);
-        std::fflush(stdout);
-    }
+    if (!OutputsAreFit(options) || !ReadData(options, set)) return 1;
     ShuffleTrainingSet(set);
 
     std::signal(SIGINT, OnInterrupt);
@@ -145,19 +192,11 @@ int main(int argc, char** argv) {
     std::printf("before: train %.7f  held out %.7f\nafter:  train %.7f  held out %.7f\n", report.before.train,
                 report.before.held_out, report.after.train, report.after.held_out);
 
-    std::string error;
-    if (!options.source.empty() && !WriteWeightFile(options.source, error)) {
-        std::fprintf(stderr, "%s\n", error.c_str());
-        return 1;
-    }
-    if (!options.values.empty() && !SaveValues(options.values.c_str())) {
-        std::fprintf(stderr, "%s: cannot be written\n", options.values.c_str());
-        return 1;
-    }
+    const bool written = WriteOutputs(options, report);
     if (options.report) {
         std::printf("%-28s %5s %22s\n", "term", "slots", "error increase x 1e6");
         for (const TermWorth& worth : TermWorths(set, report.scale))
             std::printf("%-28s %5d %22.2f\n", worth.name.c_str(), worth.slots, worth.increase * 1e6);
     }
-    return 0;
+    return written ? 0 : 1;
 }

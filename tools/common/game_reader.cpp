@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "board/make_move.h"
 #include "board/notation.h"
@@ -40,14 +38,6 @@ Move MoveOfWord(const std::string& word) {
 }
 
 }  // namespace
-
-bool ReadWholeFile(const std::string& path, std::string& text) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream all;
-    if (!in || !(all << in.rdbuf())) return false;
-    text = all.str();
-    return true;
-}
 
 void PlayGame(const ReadGame& game, size_t plies) {
     SetFen(game.fen.c_str());

@@ -20,9 +20,6 @@ struct ReadGame {
     int error_line = 0;
 };
 
-// The text of a file. False when it cannot be read.
-bool ReadWholeFile(const std::string& path, std::string& text);
-
 // Reads the games of a text one after the other. The board holds the final position of the
 // game just read; a bad game is read to its end, its moves up to the fault are kept.
 class GameReader {

@@ -4,7 +4,6 @@
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 #include "board/attacks.h"
@@ -17,8 +16,10 @@
 #include "search/search.h"
 #include "search/search_state.h"
 #include "search/transposition.h"
+#include "tools/common/epd.h"
 #include "tools/common/game_reader.h"
 #include "tools/common/signature.h"
+#include "tools/common/text.h"
 
 namespace {
 
@@ -119,25 +120,32 @@ bool PositionWriter::Open(const std::string& file_path) {
     path = file_path;
     keys.clear();
     written = 0;
+    const auto refuse = [&](const char* why) {
+        std::fprintf(stderr, "%s: %s\n", path.c_str(), why);
+        return false;
+    };
+    if (EndsWith(path, ".gz")) return refuse("plain text cannot be appended to a compressed file");
     std::error_code error;
     if (std::filesystem::exists(path, error)) {
-        std::ifstream in(path, std::ios::binary);
-        if (!in) {
-            std::fprintf(stderr, "%s: cannot be read\n", path.c_str());
-            return false;
-        }
-        uintmax_t whole = 0;  // bytes of complete lines
-        for (std::string line; std::getline(in, line) && !in.eof(); whole += line.size() + 1) {
-            SetFen(FourFields(line).c_str());
+        std::string text, line;
+        if (!ReadWholeFile(path, text)) return refuse("cannot be read");
+        const size_t whole = text.rfind('\n') + 1;  // bytes of complete lines
+        const size_t size = text.size();
+        text.resize(whole);
+        if (whole < size && whole == 0) return refuse("exists and is no file of positions");
+        for (size_t at = 0; NextLine(text, at, line);) {
+            EpdRecord record;
+            const bool position = ParseEpd(line, record);
+            SetFen(record.fen.c_str());
+            // Whatever else the name belongs to must not be cut or added to.
+            if (keys.empty() && (!position || !record.Find("c0") || !IsPlayable()))
+                return refuse("exists and is no file of positions");
             keys.insert(DuplicateKey());
         }
-        in.close();
-        const uintmax_t size = std::filesystem::file_size(path, error);
-        if (!error && whole < size) std::filesystem::resize_file(path, whole, error);
+        if (whole < size) std::filesystem::resize_file(path, whole, error);
     }
     file = error ? nullptr : std::fopen(path.c_str(), "ab");
-    if (file == nullptr) std::fprintf(stderr, "%s: cannot be written\n", path.c_str());
-    return file != nullptr;
+    return file != nullptr || refuse("cannot be written");
 }
 
 bool PositionWriter::Add(const QuietPosition& position, const std::string& result) {

@@ -62,7 +62,8 @@ public:
 
     // Opens or creates the file. The positions in it count as written; half a line at its end,
     // left by a program that was killed, is cut off. Sets up positions on the board. False,
-    // after a message, when the file can neither be read nor written.
+    // after a message and with the file as it was, when it can neither be read nor written, begins
+    // with something else than a position, or is to be compressed (".gz").
     bool Open(const std::string& path);
     bool Has(uint64_t key) const { return keys.count(key) != 0; }
     // Collects a line for WriteGame(); false for a duplicate.

@@ -48,7 +48,7 @@ bool InitialiseEngine() {
     SetDefaults();
     DrawZobristKeys();
     InitialiseAttacks();
-    InitialiseEvaluation();
+    InitialiseEvaluation(nullptr);
     ClearOrderingData();
     if (!AllocateTable(TranspositionSize) || !AllocatePawnHash(PawnHashSize) || !AllocateEvalCache(EvalCacheSize))
         return false;

@@ -15,8 +15,8 @@ extern const char* const signature_fens[SignaturePositions];
 constexpr int SignatureDepth = 10;
 
 // All tables of the engine, in start-up order, at their default sizes and a defined position,
-// without reading a configuration, a book or learned data. Once, first thing in a program that
-// is not the engine itself. False when memory is short.
+// without reading a configuration, "values.txt", a book or learned data. First thing in a program
+// that is not the engine itself. False when memory is short.
 bool InitialiseEngine();
 
 // Sets the position up, empties every table and searches it alone: to `depth`, without clock,

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "board/legality.h"
 #include "board/piece_square.h"
@@ -12,13 +11,15 @@
 #include "eval/eval_info.h"
 #include "eval/evaluate.h"
 #include "eval/trace.h"
+#include "tools/common/epd.h"
+#include "tools/common/quiet_positions.h"
+#include "tools/common/text.h"
 
 namespace {
 
 constexpr int DecidedScore = 1500;      // centipawns: nothing to learn beyond
 constexpr int SearchScoreLimit = 2000;  // mates and the like
-constexpr int BlockLines = 500;         // of one file that are held out together
-constexpr int HeldOutEvery = 10;
+constexpr uint64_t HeldOutEvery = 10;
 
 struct Line {
     std::string fen;
@@ -27,20 +28,20 @@ struct Line {
 };
 
 bool ParseLine(const std::string& text, Line& line) {
-    const size_t result = text.find("c0 \"");
-    if (result == std::string::npos) return false;
-    const char* word = text.c_str() + result + 4;
-    if (std::strncmp(word, "1-0\"", 4) == 0) line.result = 1.0F;
-    else if (std::strncmp(word, "0-1\"", 4) == 0) line.result = 0.0F;
-    else if (std::strncmp(word, "1/2-1/2\"", 8) == 0) line.result = 0.5F;
+    EpdRecord record;
+    if (!ParseEpd(text, record)) return false;
+    const auto* result = record.Find("c0");
+    if (!result) return false;
+    if ((*result)[1] == "1-0") line.result = 1.0F;
+    else if ((*result)[1] == "0-1") line.result = 0.0F;
+    else if ((*result)[1] == "1/2-1/2") line.result = 0.5F;
     else return false;
-    size_t end = 0;
-    for (int field = 0; field < 4 && end != std::string::npos; ++field) end = text.find(' ', end + 1);
-    if (end == std::string::npos || end > result) return false;
-    line.fen = text.substr(0, end) + " 0 1";
-    const size_t score = text.find(" ce ", end);
-    line.has_score = score != std::string::npos && score < result;
-    if (line.has_score) line.score = float(std::atoi(text.c_str() + score + 4));
+    line.fen = record.fen + " 0 1";
+    const auto* score = record.Find("ce");
+    line.has_score = score != nullptr;
+    int centipawns = 0;
+    if (score && !ParseNumber((*score)[1], -1000000, 1000000, centipawns)) return false;
+    line.score = float(centipawns);
     return true;
 }
 
@@ -49,6 +50,14 @@ std::string Quoted(const std::string& path) {
     std::string quoted = "'";
     for (const char c : path) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return quoted + "'";
+}
+
+bool ReadText(const std::string& path, std::string& text) {
+    if (!EndsWith(path, ".gz")) return ReadWholeFile(path, text);
+    std::FILE* file = popen(("gzip -dc -- " + Quoted(path)).c_str(), "r");
+    if (!file) return false;
+    const bool read = ReadStream(file, text);
+    return pclose(file) == 0 && read;
 }
 
 double MeanSquare(const std::vector<float>& scores, const std::vector<float>& results, double scale) {
@@ -84,23 +93,23 @@ int StaticScore(const Position& position, bool traced) {
 }
 
 bool ReadTrainingFile(const std::string& path, double result_share, TrainingSet& set, TrainingFileReport& report) {
-    const bool compressed = path.size() > 3 && path.compare(path.size() - 3, 3, ".gz") == 0;
-    std::FILE* file = compressed ? popen(("gzip -dc -- " + Quoted(path)).c_str(), "r") : std::fopen(path.c_str(), "r");
-    if (!file) return false;
+    std::string file_text, text;
+    if (!ReadText(path, file_text)) return false;
 
     std::vector<float> scores, scored_results;
     std::vector<float> score_of, result_of;  // of the positions added; NAN without a score
-    char buffer[512];
-    while (std::fgets(buffer, sizeof buffer, file)) {
-        const int block = report.lines++ / BlockLines;
+    for (size_t at = 0; NextLine(file_text, at, text);) {
+        ++report.lines;
         Line line;
-        if (!ParseLine(buffer, line)) {
+        const bool parsed = ParseLine(text, line);
+        if (parsed) SetFen(line.fen.c_str());
+        if (!parsed || !IsPlayable()) {
             ++report.unreadable;
             continue;
         }
-        SetFen(line.fen.c_str());
-        if (!IsPlayable()) {
-            ++report.unreadable;
+        const uint64_t key = DuplicateKey();
+        if (!set.keys.insert(key).second) {
+            ++report.repeated;
             continue;
         }
         const bool white = thread_board.SideToMove == WHITE;
@@ -117,13 +126,11 @@ bool ReadTrainingFile(const std::string& path, double result_share, TrainingSet&
             continue;
         }
         set.positions.push_back(position);
-        set.held_out.push_back(block % HeldOutEvery == HeldOutEvery - 1);
+        set.held_out.push_back(key % HeldOutEvery == 0);
         score_of.push_back(line.has_score ? line.score : NAN);
         result_of.push_back(result);
         ++report.used;
     }
-    const bool read = compressed ? pclose(file) == 0 : !std::ferror(file);
-    if (!compressed) std::fclose(file);
 
     if (!scores.empty()) report.score_scale = FitScale(scores, scored_results);
     for (size_t i = 0; i < score_of.size(); ++i) {
@@ -131,7 +138,7 @@ bool ReadTrainingFile(const std::string& path, double result_share, TrainingSet&
         const double expected = std::isnan(score_of[i]) ? result : ExpectedScore(score_of[i], report.score_scale);
         set.targets.push_back(float(result_share * result + (1 - result_share) * expected));
     }
-    return read && report.lines > 0;
+    return true;
 }
 
 void ShuffleTrainingSet(TrainingSet& set) {

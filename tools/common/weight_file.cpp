@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdio>
-#include <fstream>
-#include <sstream>
+#include <set>
+#include <utility>
 
 #include "eval/parameters.h"
+#include "tools/common/text.h"
 
 namespace {
 
@@ -108,14 +108,11 @@ const int* LiveValues(const WeightList& list) {
     return nullptr;
 }
 
-bool ReplaceFile(const std::string& path, const std::string& text) {
-    const std::string temporary = path + ".new";
-    std::FILE* file = std::fopen(temporary.c_str(), "wb");
-    if (!file) return false;
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    if (std::fclose(file) == 0 && written && std::rename(temporary.c_str(), path.c_str()) == 0) return true;
-    std::remove(temporary.c_str());
-    return false;
+bool ReadLists(const std::string& path, std::string& text, std::vector<WeightList>& lists, std::string& error) {
+    if (!ReadWholeFile(path, text)) error = "cannot be read";
+    else ParseWeightText(text, lists, error);
+    if (!error.empty()) error = path + ": " + error;
+    return error.empty();
 }
 
 }  // namespace
@@ -162,31 +159,46 @@ std::string WithValues(const std::string& text, const std::vector<WeightList>& l
     return result.append(text, copied, std::string::npos);
 }
 
-bool WriteWeightFile(const std::string& path, std::string& error) {
-    std::ifstream file(path, std::ios::binary);
-    std::stringstream contents;
-    contents << file.rdbuf();
-    if (!file) {
-        error = path + ": cannot be read";
-        return false;
-    }
-    const std::string text = contents.str();
+bool CheckWeightFile(const std::string& path, std::string& error) {
+    std::string text;
     std::vector<WeightList> lists;
-    if (!ParseWeightText(text, lists, error)) {
-        error = path + ": " + error;
-        return false;
+    error.clear();
+    if (!ReadLists(path, text, lists, error)) return false;
+    std::set<std::pair<std::string, int>> missing;
+    for (int i = 0; i < TermListLength; ++i)
+        for (int phase = 0; phase < 2; ++phase) missing.insert({term_list[i].name, phase});
+    for (int i = 0; i < NumberListLength; ++i) missing.insert({number_list[i].name, 0});
+    for (const WeightList& list : lists) {
+        const int* live = LiveValues(list);
+        if (!live || !std::equal(list.values.begin(), list.values.end(), live)) {
+            error = path + ": " + list.name + " is not as in this program: build first";
+            return false;
+        }
+        if (missing.erase({list.name, list.phase}) == 0) {
+            error = path + ": " + list.name + " stands there twice";
+            return false;
+        }
     }
+    if (!missing.empty()) error = path + ": " + missing.begin()->first + " is missing";
+    else if (!CanReplaceFile(path)) error = path + ": cannot be written";
+    return error.empty();
+}
+
+bool WriteWeightFile(const std::string& path, const std::vector<const int*>& fitted, std::string& error) {
+    std::string text;
+    std::vector<WeightList> lists;
+    error.clear();
+    if (!ReadLists(path, text, lists, error)) return false;
+    const std::set<const int*> chosen(fitted.begin(), fitted.end());
     for (WeightList& list : lists) {
         const int* live = LiveValues(list);
         if (!live) {
             error = path + ": " + list.name + " is not as in this program";
             return false;
         }
-        list.values.assign(live, live + list.values.size());
+        for (size_t i = 0; i < list.values.size(); ++i)
+            if (chosen.count(live + i)) list.values[i] = live[i];
     }
-    if (!ReplaceFile(path, WithValues(text, lists))) {
-        error = path + ": cannot be written";
-        return false;
-    }
-    return true;
+    if (!ReplaceFile(path, WithValues(text, lists))) error = path + ": cannot be written";
+    return error.empty();
 }

@@ -29,6 +29,12 @@ bool ParseWeightText(const std::string& text, std::vector<WeightList>& lists, st
 // values. Numbers that have not changed keep every character.
 std::string WithValues(const std::string& text, const std::vector<WeightList>& lists);
 
-// Rewrites the file with the weights of the running program; it is replaced as a whole or not at
-// all. A list that the program does not know, or of another length, is an error.
-bool WriteWeightFile(const std::string& path, std::string& error);
+// Is the file what the running program was built from: every term and number once, with its
+// present weights, and can it be replaced? Otherwise false, with a message. To be asked before
+// weights change, or the result would mix the fit of one list with the rest of another.
+bool CheckWeightFile(const std::string& path, std::string& error);
+
+// Rewrites the numbers in the file that stand for the weights in `fitted`, by address; it is
+// replaced as a whole or not at all. A list that the program does not know, or of another length,
+// is an error.
+bool WriteWeightFile(const std::string& path, const std::vector<const int*>& fitted, std::string& error);

@@ -1,0 +1,15 @@
+// temporary_path.h - a file name of its own for every test.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+// In the system's folder for temporary files, with the running test in its name: ctest runs tests
+// side by side.
+inline std::string TemporaryPath(const std::string& ending) {
+    const auto* test = ::testing::UnitTest::GetInstance()->current_test_info();
+    const std::string name = std::string("corvantis-") + test->test_suite_name() + "-" + test->name() + ending;
+    return (std::filesystem::temp_directory_path() / name).string();
+}

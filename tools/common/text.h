@@ -1,0 +1,40 @@
+// text.h - what every tool does with text: files, lines, parts and numbers.
+#pragma once
+
+#include <charconv>
+#include <cstddef>
+#include <cstdio>
+#include <string>
+#include <system_error>
+#include <type_traits>
+#include <vector>
+
+// All that is left in an open file. False when reading fails; an empty file is no failure.
+bool ReadStream(std::FILE* file, std::string& text);
+bool ReadWholeFile(const std::string& path, std::string& text);
+
+// The file gets this text as a whole or stays as it was: the text is written beside it first.
+bool ReplaceFile(const std::string& path, const std::string& text);
+// Would ReplaceFile() succeed, as far as one can tell before? Leaves the file alone.
+bool CanReplaceFile(const std::string& path);
+
+bool EndsWith(const std::string& text, const std::string& end);
+// The line that begins at `at`, which moves behind it; line ends of both kinds are cut off. False
+// at the end of the text.
+bool NextLine(const std::string& text, size_t& at, std::string& line);
+// At every separator, so there is one part more than separators.
+std::vector<std::string> Split(const std::string& text, char separator);
+
+// False when the word is no number, has anything behind the number, or lies outside low..high;
+// `number` then keeps its value.
+template <typename Number>
+bool ParseNumber(const std::string& word, std::type_identity_t<Number> low, std::type_identity_t<Number> high,
+                 Number& number) {
+    Number value{};
+    const char* const end = word.data() + word.size();
+    const auto [behind, error] = std::from_chars(word.data(), end, value);
+    // "nan" is a number to the library and fails both comparisons.
+    if (error != std::errc() || behind != end || !(value >= low && value <= high)) return false;
+    number = value;
+    return true;
+}
