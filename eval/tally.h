@@ -1,8 +1,8 @@
 // tally.h - adding up terms, and noting them for the trace.
 //
 // The terms of weights.def (but for the squares, which the board sums up) reach the score through
-// Tally::Add(), so one call both counts and is traced. The traced evaluation is a second instance of the same templates; the one that
-// plays pays nothing for it.
+// Tally::Add(), so one call both counts and is traced. The traced evaluation is a second instance
+// of the same templates; the one that plays pays nothing for it.
 //
 // State: packed_terms, made from term_weights by BuildPackedTerms(); evaluation_trace, written
 // by traced evaluations only (trace.h reads it).

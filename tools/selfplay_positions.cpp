@@ -14,9 +14,9 @@
 //
 // Each game starts from empty tables, so a seed gives the same games everywhere. Without --seed
 // every run draws others; the seed is printed. The weights are the built-in ones. The output file is
-// appended to, and its positions are not written twice (quiet_positions.h). Progress goes to standard error every 100 games. Interrupted, the
-// program ends after the current game. The last line, on standard output: games, positions,
-// seconds.
+// appended to, and its positions are not written twice (quiet_positions.h). Progress goes to
+// standard error every 100 games. Interrupted, the program ends after the current game. The last
+// line, on standard output: games, positions, seconds.
 #include <algorithm>
 #include <chrono>
 #include <cinttypes>
