@@ -82,6 +82,13 @@ inline bool Ending(Colour c) {
 // Blends by a phase of 0..256; halves toward zero, so that mirrored positions agree.
 constexpr int Blend(int opening, int endgame, int phase) { return (opening * (256 - phase) + endgame * phase) / 256; }
 
+// Adds both sides' terms to the common halves. The halves are taken apart first: with many
+// promoted men a difference of packed scores might not fit.
+template <bool Traced> inline void AddCommon(const Tally<Traced>& white, const Tally<Traced>& black) {
+    thread_eval_info.OpeningScore += OpeningOf(black.score) - OpeningOf(white.score);
+    thread_eval_info.EndgameScore += EndgameOf(black.score) - EndgameOf(white.score);
+}
+
 // The functions with a parameter Traced also note every term in evaluation_trace (tally.h);
 // both instances are compiled in the files that define them.
 

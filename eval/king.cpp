@@ -246,11 +246,9 @@ template void EvaluateShelters<false>(Colour);
 template void EvaluateShelters<true>(Colour);
 
 template <bool Traced> void EvaluateKings() {
-    EvalInfo& info = thread_eval_info;
     const Tally<Traced> white = KingAndPawns<WHITE, Traced>();
     const Tally<Traced> black = KingAndPawns<BLACK, Traced>();
-    info.OpeningScore += OpeningOf(black.score) - OpeningOf(white.score);
-    info.EndgameScore += EndgameOf(black.score) - EndgameOf(white.score);
+    AddCommon(white, black);
     AttackOnKing<WHITE, Traced>();
     AttackOnKing<BLACK, Traced>();
     CountDanger<WHITE>();

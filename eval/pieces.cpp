@@ -193,12 +193,9 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
 }  // namespace
 
 template <bool Traced> void EvaluatePieces() {
-    EvalInfo& info = thread_eval_info;
     const Tally<Traced> white = EvaluateSide<WHITE, Traced>();
     const Tally<Traced> black = EvaluateSide<BLACK, Traced>();
-    // Apart, not packed: with many promoted men the sides' sums may be large.
-    info.OpeningScore += OpeningOf(black.score) - OpeningOf(white.score);
-    info.EndgameScore += EndgameOf(black.score) - EndgameOf(white.score);
+    AddCommon(white, black);
 }
 template void EvaluatePieces<false>();
 template void EvaluatePieces<true>();

@@ -115,11 +115,9 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
 }  // namespace
 
 template <bool Traced> void EvaluateThreats() {
-    EvalInfo& info = thread_eval_info;
     const Tally<Traced> white = EvaluateSide<WHITE, Traced>();
     const Tally<Traced> black = EvaluateSide<BLACK, Traced>();
-    info.OpeningScore += OpeningOf(black.score) - OpeningOf(white.score);
-    info.EndgameScore += EndgameOf(black.score) - EndgameOf(white.score);
+    AddCommon(white, black);
 }
 template void EvaluateThreats<false>();
 template void EvaluateThreats<true>();
