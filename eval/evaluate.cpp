@@ -217,7 +217,6 @@ template <bool Traced> void EvaluateAll(int& result) {
     if (p.piece_total > MostMen) {
         CopyRecord(ComputeMaterialRecord());
         info.accumulator = info.material = EvaluateMaterial();
-        info.SymmetryDelta = 0;
         TraceVerdict<Traced>();
         return Finish(result);
     }

@@ -48,3 +48,8 @@ constexpr Bitboard DarkSquares = ~LightSquares;
 
 // Files a..h fold to the four file pairs a/h, b/g, c/f, d/e.
 constexpr int FilePair(Square s) { return (s & 7) < 4 ? (s & 7) : 7 - (s & 7); }
+
+// Squares attacked by two pawns of C.
+template <Colour C> constexpr Bitboard PawnDoubleAttackSet(Bitboard pawns) {
+    return ShiftForward<C>(ShiftEast(pawns) & ShiftWest(pawns));
+}

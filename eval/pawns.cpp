@@ -65,7 +65,7 @@ template <Colour Us, bool Traced> SideResult<Traced> EvaluateSide() {
     const EvaluationMasks& masks = evaluation_masks;
     const Bitboard own = thread_board.pieces[PAWN][Us], enemy = thread_board.pieces[PAWN][Them];
     const Bitboard own_attacks = PawnAttackSet<Us>(own), enemy_attacks = PawnAttackSet<Them>(enemy);
-    const Bitboard attacked_twice = ShiftForward<Them>(ShiftEast(enemy)) & ShiftForward<Them>(ShiftWest(enemy));
+    const Bitboard attacked_twice = PawnDoubleAttackSet<Them>(enemy);
     SideResult<Traced> r{Tally<Traced>(Us)};
     Tally<Traced>& tally = r.tally;
 

@@ -90,11 +90,10 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide() {
         return PopCount(attacked);
     };
 
-    const Bitboard pawns_twice = ShiftForward<Us>(ShiftEast(own_pawns)) & ShiftForward<Us>(ShiftWest(own_pawns));
     AttackSets sets;
     sets.zone = info.ending[Them] ? 0 : evaluation_masks.king_zone[Them][p.king_square[Them]];
     sets.once = info.pawn_attacks[Us] | king_attacks[king];
-    sets.twice = pawns_twice | (info.pawn_attacks[Us] & king_attacks[king]);
+    sets.twice = PawnDoubleAttackSet<Us>(own_pawns) | (info.pawn_attacks[Us] & king_attacks[king]);
     Bitboard by_knights = 0, by_bishops = 0, by_rooks = 0, by_queens = 0;
     const int rammed = info.pawn.rammed;
     const int pawns_above_usual = p.PieceCount[PAWN][Us] - UsualPawns;

@@ -36,6 +36,7 @@
 #include "search/search_state.h"
 #include "tools/common/game_reader.h"
 #include "tools/common/quiet_positions.h"
+#include "tools/common/random.h"
 #include "tools/common/text.h"
 
 namespace {
@@ -60,18 +61,6 @@ struct Options {
     bool has_seed = false;
     int random_plies = -1;
     std::string openings, output;
-};
-
-// A generator of its own (splitmix64, public domain): the same games on every machine.
-struct Random {
-    uint64_t state;
-    uint64_t Next() {
-        uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-        return z ^ (z >> 31);
-    }
-    int Below(int limit) { return int(Next() % uint64_t(limit)); }
 };
 
 enum Result { Unfinished = -1, Draw, WhiteWins, BlackWins };
@@ -109,7 +98,7 @@ bool ReadOpenings(const std::string& path, std::vector<ReadGame>& openings) {
 }
 
 // Sets a beginning up. False when it ends the game or gives material away.
-bool DrawBeginning(Random& random, const std::vector<ReadGame>& openings, int random_plies) {
+bool DrawBeginning(SplitMix& random, const std::vector<ReadGame>& openings, int random_plies) {
     if (openings.empty()) {
         SetInitialPosition();
     } else {
@@ -214,7 +203,7 @@ int main(int argc, char** argv) {
     std::signal(SIGINT, Interrupt);
     std::signal(SIGTERM, Interrupt);
 
-    Random random{options.seed};
+    SplitMix random{options.seed};
     std::unordered_set<uint64_t> beginnings;
     std::vector<QuietPosition> positions;
     int64_t results[3] = {0, 0, 0}, games = 0;

@@ -15,18 +15,9 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/position.h"
+#include "tools/common/random.h"
 
-// A generator of its own (splitmix64), so that tests neither use nor disturb the engine's.
-struct TestRandom {
-    uint64_t state;
-    uint64_t Next() {
-        uint64_t z = (state += 0x9E3779B97F4A7C15ULL);
-        z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ULL;
-        z = (z ^ (z >> 27)) * 0x94D049BB133111EBULL;
-        return z ^ (z >> 31);
-    }
-    int Below(int limit) { return int(Next() % uint64_t(limit)); }
-};
+using TestRandom = SplitMix;
 
 using MoveList = std::vector<Move>;
 
