@@ -46,7 +46,7 @@ static bool EndsWord(char c) { return c == '\0' || c == ' ' || c == '\t' || c ==
 // the stack is as before when the list goes out of scope.
 struct LegalMoves {
     int saved_count = move_count;
-    int size = GenerateLegalMoves(ScratchMoves);
+    int size = GenerateUnscoredLegalMoves(ScratchMoves);
     ~LegalMoves() { move_count = saved_count; }
     LegalMoves() = default;
     LegalMoves(const LegalMoves&) = delete;
@@ -193,24 +193,27 @@ static SanFilter ReadSanFilter(const char* token) {
     return filter;
 }
 
-Move MatchSan() {
-    if (san_token.error) return 0;
-    const SanFilter filter = ReadSanFilter(san_token.text);
-    const LegalMoves moves;
+Move FindSan(const char* token, int* matches) {
+    *matches = 0;
     Move match = 0;
-    int matches = 0;
+    if (std::strlen(token) >= sizeof san_token.text) return match;
+    const SanFilter filter = ReadSanFilter(token);
+    const LegalMoves moves;
     for (int i = 0; i < moves.size; ++i) {
         if (!Passes(filter, moves[i])) continue;
         match = moves[i];
-        if (++matches == 2) {
-            Print("\nAmbigous move: %s...\n", san_token.text);
-            san_token.error = true;
-        }
+        ++*matches;
     }
-    if (matches == 0) {
-        Print("\nCan't recognize: %s...\n", san_token.text);
-        san_token.error = true;
-    }
+    return match;
+}
+
+Move MatchSan() {
+    if (san_token.error) return 0;
+    int matches;
+    const Move match = FindSan(san_token.text, &matches);
+    if (matches == 1) return match;
+    Print(matches == 0 ? "\nCan't recognize: %s...\n" : "\nAmbigous move: %s...\n", san_token.text);
+    san_token.error = true;
     return match;
 }
 

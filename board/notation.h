@@ -35,6 +35,9 @@ int ReadSanToken(std::FILE* file);
 // The legal move that san_token names; 0 and the error flag when there is none. An ambiguous
 // token sets the flag too and yields the last match. With the flag set it returns 0 at once.
 Move MatchSan();
+// The same for any text, silent and without the flag: the last legal move that the token names, and
+// how many there are.
+Move FindSan(const char* token, int* matches);
 
 // Standard algebraic notation of a legal move, with capture, promotion, check and mate signs.
 std::string MoveToSan(Move m);
