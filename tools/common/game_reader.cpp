@@ -23,21 +23,40 @@ std::string WithoutNumber(const std::string& word) {
     return word.substr(i);
 }
 
-// The move that a word names in the current position, 0 when it names none or several.
-Move MoveOfWord(const std::string& word) {
-    std::string san = word;
-    while (!san.empty() && std::strchr("+#!?", san.back()) != nullptr) san.pop_back();
-    if (san.empty() || san.size() >= sizeof san_token.text) return 0;
-    san.copy(san_token.text, san.size());
-    san_token.text[san.size()] = '\0';
-    san_token.error = false;
-    const Move move = MatchSan();
-    const bool error = san_token.error;
-    san_token.error = false;
-    return error ? 0 : move;
+bool IsIn(char c, const char* set) { return c != '\0' && std::strchr(set, c) != nullptr; }
+
+// Has the word the form of a move? The matcher passes over what it does not understand, and a
+// misprint must not become a move. Check, mate and judgement signs are gone already.
+bool IsMoveShaped(const std::string& word) {
+    const char* c = word.c_str();
+    if (*c == 'O' || *c == '0') {
+        const std::string o(1, *c), side = o + "-" + o;
+        return word == side || word == side + "-" + o;
+    }
+    if (IsIn(*c, "KQRBNP")) ++c;
+    // From behind: the square gone to may be the first of two.
+    int files = 0, ranks = 0;
+    for (; IsIn(*c, "abcdefgh12345678x:"); ++c) {
+        files += *c >= 'a' && *c <= 'h';
+        ranks += *c >= '1' && *c <= '8';
+    }
+    if (files < 1 || files > 2 || ranks < 1 || ranks > 2 || !IsIn(c[-1], "12345678") || !IsIn(c[-2], "abcdefgh"))
+        return false;
+    if (*c == '=') ++c;
+    if (IsIn(*c, "QRBN")) ++c;
+    return *c == '\0';
 }
 
 }  // namespace
+
+Move MoveOfWord(const std::string& word, std::string& why) {
+    std::string san = word;
+    while (!san.empty() && std::strchr("+#!?", san.back()) != nullptr) san.pop_back();
+    int matches = 0;
+    const Move move = IsMoveShaped(san) ? FindSan(san.c_str(), &matches) : 0;
+    why = (matches == 0 ? "no legal move: " : "ambiguous move: ") + word;
+    return matches == 1 ? move : 0;
+}
 
 void PlayGame(const ReadGame& game, size_t plies) {
     SetFen(game.fen.c_str());
@@ -49,15 +68,26 @@ void GameReader::Step() {
     if (at < text.size()) ++at;
 }
 
-// To behind the next `end`.
-void GameReader::SkipUntil(char end) {
-    while (at < text.size() && Current() != end) Step();
-    Step();
+bool GameReader::AtGameStart() const {
+    return Current() == '[' && (at == 0 || text[at - 1] == '\n')
+        && text.compare(at, std::strlen(GameStart), GameStart) == 0;
 }
 
-void GameReader::SkipVariation() {
+// To behind the next `end`; false when the text or the game ends before.
+bool GameReader::SkipUntil(char end) {
+    while (at < text.size() && Current() != end) {
+        if (AtGameStart()) return false;
+        Step();
+    }
+    const bool found = at < text.size();
+    Step();
+    return found || end == '\n';
+}
+
+// The same for the whole of a variation, those inside it included.
+bool GameReader::SkipVariation() {
     int depth = 0;
-    while (at < text.size()) {
+    while (at < text.size() && !AtGameStart()) {
         const char c = Current();
         if (c == '{') {
             SkipUntil('}');
@@ -69,8 +99,9 @@ void GameReader::SkipVariation() {
         }
         Step();
         depth += (c == '(') - (c == ')');
-        if (depth == 0) return;
+        if (depth == 0) return true;
     }
+    return false;
 }
 
 void GameReader::ReadTag(ReadGame& game) {
@@ -93,6 +124,10 @@ void GameReader::ReadTag(ReadGame& game) {
     if (name == "FEN") game.fen = value;
     else if (name == "Result") game.result = value;
     else if (name == "Termination") game.termination = value;
+    else if (name == "White") game.white = value;
+    else if (name == "Black") game.black = value;
+    else if (name == "WhiteElo") game.white_elo = value;
+    else if (name == "BlackElo") game.black_elo = value;
 }
 
 std::string GameReader::ReadWord() {
@@ -135,11 +170,13 @@ bool GameReader::Next(ReadGame& game) {
             in_tags = true;
             ReadTag(game);
         } else if (c == '{') {
-            SkipUntil('}');
+            const int where = line;
+            if (!SkipUntil('}')) fault("a comment without end", where);
         } else if (c == ';' || (c == '%' && line_start)) {
             SkipUntil('\n');
         } else if (c == '(') {
-            SkipVariation();
+            const int where = line;
+            if (!SkipVariation()) fault("a variation without end", where);
         } else if (c == '$') {
             Step();
             ReadWord();
@@ -156,8 +193,9 @@ bool GameReader::Next(ReadGame& game) {
             const std::string san = WithoutNumber(word);
             start_moves();
             if (san.empty() || !game.error.empty() || std::strspn(san.c_str(), "!?") == san.size()) continue;
-            const Move move = MoveOfWord(san);
-            if (move == 0) fault("no legal move: " + san, where);
+            std::string why;
+            const Move move = MoveOfWord(san, why);
+            if (move == 0) fault(why, where);
             else if (!MakeGameMove(move)) fault("too many moves", where);
             else game.moves.push_back(move);
         }
