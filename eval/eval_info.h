@@ -89,8 +89,15 @@ template <bool Traced> inline void AddCommon(const Tally<Traced>& white, const T
     thread_eval_info.EndgameScore += EndgameOf(black.score) - EndgameOf(white.score);
 }
 
+constexpr int ScoreLimit = 30000;    // of every evaluation: scores are kept in 16 bits
+constexpr int InitialSpread = 6300;  // of EvalSpread, when nothing narrows it
+
 // The functions with a parameter Traced also note every term in evaluation_trace (tally.h);
 // both instances are compiled in the files that define them.
+
+// position_evaluation.cpp. Phases and ENDING flags of the position just loaded, so that they are
+// right before its first evaluation.
+void LoadPhases();
 
 // passed.cpp. The accumulator with all terms of passed pawns added; with a promotion race
 // it clears SymmetryValid.
