@@ -298,6 +298,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         // Step 13. Quiet checks.
         if (try_checks) {
             move_count = stack_start;
+            record.flags |= NodeChecksTried;
             const bool wide = eval + 100 >= alpha;
             GenerateQuietChecks(wide, checks);
             if (wide && move_count == stack_start) flags |= FlagNoQuietChecks;
