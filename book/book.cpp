@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
 #include "board/bitboard.h"
 #include "board/console.h"
@@ -19,6 +18,7 @@
 #include "board/settings.h"
 #include "book/book_file.h"
 #include "book/book_keys.h"
+#include "book/file_access.h"
 
 constinit bool book_loaded = false;
 constinit bool book_version_0 = false;
@@ -28,57 +28,33 @@ namespace {
 std::FILE* file;
 int64_t slot_bound;  // node count + 3
 
-bool ReadBytes(void* bytes, size_t count) { return std::fread(bytes, 1, count, file) == count; }
-
-bool ReadWord(uint32_t* word) {
-    uint8_t bytes[4];
-    if (!ReadBytes(bytes, 4)) return false;
-    *word = bytes[0] | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24;
-    return true;
-}
-
-bool Seek(int64_t offset) { return std::fseek(file, long(offset), SEEK_SET) == 0; }
-
-std::FILE* Open(const char* shown_name, const std::string& name, const char* mode) {
-    std::FILE* const opened = std::fopen(name.c_str(), mode);
-    if (opened == nullptr) {
-        Print("Error opening \"%s\"!\n", shown_name);
-        Flush();
-    }
-    return opened;
-}
-
 // False when no book can be read.
 bool ReadHeader() {
-    // Books of other makers load too, whatever their first bytes say: only a text that is the
-    // magic and ends there is refused, and a file cannot hold the end, since the byte behind
-    // the 24 that are read is ours and is never 0. What this catches is files too short for
-    // a header, and folders.
-    char magic[BookMagicBytes + 1];
-    magic[BookMagicBytes] = '~';
-    if (!ReadBytes(magic, BookMagicBytes) || std::strncmp(magic, BookMagic, sizeof magic) == 0) {
+    // Books of other makers load too: what the magic says is not looked at, only that the file
+    // is long enough to have one.
+    uint8_t header[BookFirstSlot * BookSlotBytes];
+    if (!ReadAll(file, 0, header, sizeof header)) {
         PrintLine("Invalid book format");
         return false;
     }
-    uint32_t version, count;
-    if (!Seek(BookVersionOffset) || !ReadWord(&version) || !Seek(BookCountOffset) || !ReadWord(&count)) {
-        PrintLine("Invalid book format");
-        return false;
-    }
+    const int version = int32_t(LoadWord(header + BookVersionOffset));
+    const int count = int32_t(LoadWord(header + BookCountOffset));
     book_version_0 = version == 0;
     if (book_version_0) {
         PrintLine("NG: Book learning not supported for book version 0");
         UseBookLearning = UseBookWeights = 0;
-    } else if (int32_t(version) > 1) {
-        Print("Book version %d not supported\n", int32_t(version));
+    } else if (version > 1) {
+        Print("Book version %d not supported\n", version);
         Flush();
         return false;
     }
-    Print("%d nodes in openings book\n", int32_t(count));
+    Print("%d nodes in openings book\n", count);
     Flush();
-    slot_bound = int64_t(int32_t(count)) + BookFirstSlot;
+    slot_bound = int64_t(count) + BookFirstSlot;
     return true;
 }
+
+int EntryBytes() { return book_version_0 ? 3 : 4; }
 
 Move MoveOfEntry(const BookEntry& entry) {
     if (entry.from > 63 || entry.to > 63) return 0;
@@ -140,12 +116,12 @@ void close_book() {
 
 void open_book(const char* file_name) {
     close_book();
-    const std::string name = ResolveFileName(file_name);
-    file = Open(file_name, name, "rb");
-    if (file == nullptr) return;
-    std::fclose(file);
-    file = Open(file_name, name, "r+b");
-    if (file == nullptr) return;
+    file = OpenForUpdate(ResolveFileName(file_name).c_str());
+    if (file == nullptr) {
+        Print("Error opening \"%s\"!\n", file_name);
+        Flush();
+        return;
+    }
     book_loaded = ReadHeader();
 }
 
@@ -162,18 +138,22 @@ BookKey CurrentBookKey() {
     return key;
 }
 
-bool find_node() {
+bool find_node(int64_t* list_at) {
     if (!book_loaded || slot_bound < BookFirstSlot + 1) return false;
     const BookKey wanted = CurrentBookKey();
     int64_t low = BookFirstSlot, high = slot_bound;
     while (low < high) {
         const int64_t middle = (low + high) / 2;
-        uint32_t first, second;
-        if (!Seek(middle * BookSlotBytes) || !ReadWord(&first) || !ReadWord(&second)) {
+        uint8_t record[BookSlotBytes];
+        if (!ReadAll(file, middle * BookSlotBytes, record, sizeof record)) {
             high = middle;  // beyond the end of a damaged file
             continue;
         }
-        if (first == wanted.first && second == wanted.second) return true;
+        const uint32_t first = LoadWord(record), second = LoadWord(record + 4);
+        if (first == wanted.first && second == wanted.second) {
+            *list_at = LoadWord(record + 8);
+            return true;
+        }
         const bool smaller =
             first != wanted.first ? int32_t(first) < int32_t(wanted.first) : int32_t(second) < int32_t(wanted.second);
         if (smaller) low = middle + 1;
@@ -183,27 +163,32 @@ bool find_node() {
 }
 
 bool ReadBookNode(BookNode& node) {
-    uint32_t offset;
-    uint8_t count;
-    if (!find_node() || !ReadWord(&offset) || !Seek(offset) || !ReadBytes(&count, 1)) return false;
-    node.count = count;
-    node.entries_offset = int64_t(offset) + 1;
-    const size_t bytes = book_version_0 ? 3 : 4;
+    int64_t list_at;
+    // A list inside the header or the index would let learning write into these.
+    if (!find_node(&list_at) || list_at < slot_bound * BookSlotBytes) return false;
+    uint8_t list[1 + 4 * BookMaxMoves];
+    const size_t bytes = ReadSome(file, list_at, list, sizeof list);
+    if (bytes == 0 || bytes < size_t(1 + list[0] * EntryBytes())) return false;
+    node.count = list[0];
+    node.entries_offset = list_at + 1;
     for (int i = 0; i < node.count; ++i) {
-        uint8_t entry[4] = {};
-        if (!ReadBytes(entry, bytes)) return false;
-        node.entries[i] = {entry[0], entry[1], entry[2], entry[3]};
+        const uint8_t* const entry = list + 1 + i * EntryBytes();
+        node.entries[i] = {entry[0], entry[1], entry[2], book_version_0 ? uint8_t(0) : entry[3]};
     }
     return true;
 }
 
 bool IsExcluded(const BookEntry& entry) { return entry.ours == 255 && (book_version_0 || entry.theirs == 255); }
 
-bool WriteBookPoints(const BookNode& node, int index) {
-    const uint8_t bytes[2] = {node.entries[index].ours, node.entries[index].theirs};
-    // A seek stands between every read and write of one stream, and a flush after it, so that
-    // a program that is killed has learned what it played.
-    return Seek(node.entries_offset + 4 * index + 2) && std::fwrite(bytes, 1, 2, file) == 2 && std::fflush(file) == 0;
+bool WriteBookPoints(const BookNode& node, int first, int count) {
+    uint8_t bytes[4 * BookMaxMoves];
+    for (int i = 0; i < count; ++i) {
+        const BookEntry& entry = node.entries[first + i];
+        uint8_t* const p = bytes + 4 * i;
+        p[0] = entry.from, p[1] = entry.to, p[2] = entry.ours, p[3] = entry.theirs;
+    }
+    // From the first points to the last; the squares between them stay what they are.
+    return count == 0 || WriteAll(file, node.entries_offset + 4 * first + 2, bytes + 2, size_t(4 * count - 2));
 }
 
 Move book_move() {

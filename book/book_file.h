@@ -42,12 +42,13 @@ struct BookKey {
 };
 BookKey CurrentBookKey();  // of the position on the board
 
-// True when the open book has a node for the current position; the file then stands at the
-// record's offset field.
-bool find_node();
-// The same, and reads the node. False too when the file ends before the node does.
+// True when the open book has a node for the current position; *list_at is then where in the
+// file its move list should begin.
+bool find_node(int64_t* list_at);
+// The same, and reads the node. False too when there is no whole list at that place.
 bool ReadBookNode(BookNode& node);
 // Excluded moves are never played and never changed.
 bool IsExcluded(const BookEntry& entry);
-// Writes the points of one entry of a version-1 node back. False when the disk refuses.
-bool WriteBookPoints(const BookNode& node, int index);
+// Writes the points of these entries of a version-1 node back, in one piece. False when the
+// disk refuses.
+bool WriteBookPoints(const BookNode& node, int first, int count);

@@ -37,20 +37,21 @@ void update_book_move(int result, Move move) {
     } else {
         theirs += 2;
     }
-    if (ours >= PointLimit || theirs >= PointLimit) {
-        for (int i = 0; i < node.count; ++i) {
-            BookEntry& entry = node.entries[i];
-            if (i == index || IsExcluded(entry) || entry.Games2() == 0) continue;
-            entry.ours = uint8_t(entry.ours * 2 / 3);
-            entry.theirs = uint8_t(entry.theirs * 2 / 3);
-            WriteBookPoints(node, i);
+    const bool scaled = ours >= PointLimit || theirs >= PointLimit;
+    if (scaled) {
+        for (BookEntry* entry = node.entries; entry != node.entries + node.count; ++entry) {
+            if (IsExcluded(*entry)) continue;
+            entry->ours = uint8_t(entry->ours * 2 / 3);
+            entry->theirs = uint8_t(entry->theirs * 2 / 3);
         }
         ours = ours * 2 / 3;
         theirs = theirs * 2 / 3;
     }
     played.ours = uint8_t(ours);
     played.theirs = uint8_t(theirs);
-    WriteBookPoints(node, index);
+    // A node that is half scaled would prefer some moves for no reason: all of it at once.
+    if (scaled) WriteBookPoints(node, 0, node.count);
+    else WriteBookPoints(node, index, 1);
 }
 
 bool BookLearningPending() { return UseBookLearning && book_loaded && !game_learned; }

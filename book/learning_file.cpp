@@ -9,28 +9,39 @@
 //
 // A position belongs to bucket A & 0xFFFF. Depth counts quarter plies, the evaluation is the
 // side to move's view. The search looks positions up in a copy in memory; the chains in the
-// file are followed for writing only, so the file stays right when two programs share it.
+// file are followed for writing only, afresh each time, so two programs can share the file.
+// (Should both append at the very same moment, one record is lost.)
+//
+// A program may be killed and a disk may be full between any two writes, and this is why the
+// file is whole for the next one: what is missing of the heads of a new file is filled up; a
+// record is there before the link to it; half a record at the end is written over; and
+// since records are only ever appended, a link that does not lead on to a later whole record
+// of its bucket is damaged, and taken for the end of its chain.
 //
 // State: the open file, the copy in memory, the queue, the running number of log lines.
 #include "book/learning_file.h"
 
+#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <new>
 #include <string>
+#include <system_error>
 #include <unordered_map>
+#include <vector>
 
 #include "board/console.h"
 #include "board/position.h"
 #include "board/settings.h"
+#include "book/file_access.h"
 
 namespace {
 
 constexpr const char* Magic = "Corvantis learning file";
 constexpr int MagicBytes = 23;
 constexpr uint32_t Buckets = 65536;
-constexpr long FirstRecord = MagicBytes + 4 * long(Buckets);
+constexpr int64_t FirstRecord = MagicBytes + 4 * Buckets;
 constexpr int RecordWords = 6, RecordBytes = 4 * RecordWords;
 enum : int { DepthWord, EvaluationWord, PlyWord, KeyAWord, KeyBWord, NextWord };
 constexpr uint32_t BlackToMove = 0x07D3ADEB;  // into key A
@@ -52,6 +63,7 @@ Queued queue[MaxQueued];
 int queue_length;
 int log_number;
 
+uint32_t BucketOf(uint32_t a) { return a & (Buckets - 1); }
 uint64_t MapKey(uint32_t a, uint32_t b) { return uint64_t(a) << 32 | b; }
 
 void CurrentKey(uint32_t* a, uint32_t* b) {
@@ -60,84 +72,83 @@ void CurrentKey(uint32_t* a, uint32_t* b) {
     *b = uint32_t(key >> 32);
 }
 
-bool ReadWords(long offset, uint32_t* words, int count) {
+bool WriteWords(int64_t offset, const uint32_t* words, int count) {
     uint8_t bytes[RecordBytes];
-    if (std::fseek(file, offset, SEEK_SET) != 0) return false;
-    if (std::fread(bytes, 4, size_t(count), file) != size_t(count)) return false;
-    for (int i = 0; i < count; ++i) {
-        const uint8_t* const p = bytes + 4 * i;
-        words[i] = p[0] | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+    for (int i = 0; i < count; ++i) StoreWord(bytes + 4 * i, words[i]);
+    return WriteAll(file, offset, bytes, 4 * size_t(count));
+}
+
+// Fills up a new file, or one whose maker did not come to its end, with the magic and empty
+// heads. (Two programs that do so at once write the same.) False when this is no learning file.
+bool CompleteHeads() {
+    std::vector<uint8_t> empty(FirstRecord), present(FirstRecord);
+    std::memcpy(empty.data(), Magic, MagicBytes);
+    const size_t length = ReadSome(file, 0, present.data(), present.size());
+    if (length == present.size()) return std::memcmp(present.data(), Magic, MagicBytes) == 0;
+    return std::equal(present.data(), present.data() + length, empty.data())
+        && WriteAll(file, int64_t(length), empty.data() + length, empty.size() - length);
+}
+
+void Remember(uint32_t a, uint32_t b, int depth, int evaluation) {
+    // No such score is ever written. The search must not see one from a damaged file.
+    if (evaluation <= -MateBound || evaluation >= MateBound) return;
+    (*learned)[MapKey(a, b)] = {depth, evaluation};
+}
+
+void ReadRecords() {
+    std::vector<uint8_t> block(1000 * RecordBytes);
+    size_t bytes = 0;
+    for (int64_t offset = FirstRecord; (bytes = ReadSome(file, offset, block.data(), block.size())) >= RecordBytes;
+         offset += int64_t(block.size())) {
+        for (const uint8_t* p = block.data(); p + RecordBytes <= block.data() + bytes; p += RecordBytes)
+            Remember(LoadWord(p + 4 * KeyAWord), LoadWord(p + 4 * KeyBWord), int32_t(LoadWord(p + 4 * DepthWord)),
+                     int32_t(LoadWord(p + 4 * EvaluationWord)));
     }
-    return true;
-}
-
-bool WriteWords(long offset, const uint32_t* words, int count) {
-    uint8_t bytes[RecordBytes];
-    for (int i = 0; i < count; ++i)
-        for (int j = 0; j < 4; ++j) bytes[4 * i + j] = uint8_t(words[i] >> (8 * j));
-    return std::fseek(file, offset, SEEK_SET) == 0 && std::fwrite(bytes, 4, size_t(count), file) == size_t(count);
-}
-
-bool CreateEmpty(const char* name) {
-    std::FILE* const created = std::fopen(name, "wb");
-    if (created == nullptr) return false;
-    static const uint8_t heads[4096] = {};
-    bool good = std::fwrite(Magic, 1, MagicBytes, created) == MagicBytes;
-    for (uint32_t i = 0; good && i < 4 * Buckets / sizeof heads; ++i)
-        good = std::fwrite(heads, 1, sizeof heads, created) == sizeof heads;
-    return std::fclose(created) == 0 && good;
-}
-
-// Reads every whole record; false when this is no learning file.
-bool ReadAll() {
-    char magic[MagicBytes];
-    uint32_t words[RecordWords];
-    if (std::fread(magic, 1, MagicBytes, file) != MagicBytes || std::memcmp(magic, Magic, MagicBytes) != 0)
-        return false;
-    if (!ReadWords(FirstRecord - 4, words, 1)) return false;
-    for (long offset = FirstRecord; ReadWords(offset, words, RecordWords); offset += RecordBytes)
-        (*learned)[MapKey(words[KeyAWord], words[KeyBWord])] = {int32_t(words[DepthWord]),
-                                                                int32_t(words[EvaluationWord])};
-    return true;
 }
 
 void Log(const Queued& entry, const char* word) {
     if (!LogLearningIntoFile) return;
-    std::FILE* const log = std::fopen("learn.log", "a");
+    std::FILE* const log = std::fopen("learn.log", "a+b");
     if (log == nullptr) return;
+    // A full disk may have cut the last line short.
+    if (std::fseek(log, -1, SEEK_END) == 0 && std::fgetc(log) != '\n') {
+        std::fseek(log, 0, SEEK_END);
+        std::fputc('\n', log);
+    }
+    std::fseek(log, 0, SEEK_END);
     std::fprintf(log, "%d%c%s Depth = %d%cOldEvaluation = %d%cEvaluaton = %d%cFEN = %s\n", log_number++, '\t', word,
                  entry.depth, '\t', entry.old_evaluation, '\t', entry.evaluation, '\t', entry.fen);
     std::fclose(log);
 }
 
 void Write(const Queued& entry) {
-    if (std::fseek(file, 0, SEEK_END) != 0) return;
-    const long end = std::ftell(file);
-    // An unfinished record of a program that was killed is written over.
-    const long append_at = end - (end - FirstRecord) % RecordBytes;
-    const long most_records = (append_at - FirstRecord) / RecordBytes;
+    const int64_t length = FileLength(file);
+    if (length < FirstRecord) return;
+    const int64_t append_at = length - (length - FirstRecord) % RecordBytes;
 
-    uint32_t record[RecordWords];
-    long link = MagicBytes + 4 * long(entry.a & (Buckets - 1));  // where the offset of the next record lies
-    uint32_t next;
-    if (!ReadWords(link, &next, 1)) return;
-    // No chain is longer than the file; one that seems to be runs in a circle.
-    for (long steps = 0; next != 0 && steps < most_records; ++steps) {
-        if (!ReadWords(long(next), record, RecordWords)) break;
-        if (record[KeyAWord] == entry.a && record[KeyBWord] == entry.b) {
+    int64_t link = MagicBytes + 4 * int64_t(BucketOf(entry.a));  // where the offset of the next record lies
+    int64_t lowest = FirstRecord;                                // that it may be
+    for (;;) {
+        uint8_t record[RecordBytes];
+        if (!ReadAll(file, link, record, 4)) return;
+        const int64_t next = LoadWord(record);
+        if (next < lowest || next >= append_at || (next - FirstRecord) % RecordBytes != 0) break;
+        if (!ReadAll(file, next, record, RecordBytes)) return;
+        if (BucketOf(LoadWord(record + 4 * KeyAWord)) != BucketOf(entry.a)) break;
+        if (LoadWord(record + 4 * KeyAWord) == entry.a && LoadWord(record + 4 * KeyBWord) == entry.b) {
             Log(entry, "Refresh:");
             const uint32_t words[] = {uint32_t(entry.depth), uint32_t(entry.evaluation), uint32_t(entry.ply), entry.a,
                                       entry.b};
-            WriteWords(long(next), words, 5);
+            WriteWords(next, words, 5);
             return;
         }
-        link = long(next) + 4 * NextWord;
-        next = record[NextWord];
+        link = next + 4 * NextWord;
+        lowest = next + RecordBytes;
     }
+    if (append_at > UINT32_MAX) return;  // no link can lead there
     Log(entry, "Add:");
     const uint32_t words[] = {
         uint32_t(entry.depth), uint32_t(entry.evaluation), uint32_t(entry.ply), entry.a, entry.b, 0};
-    // The record first: a link must never lead to nothing.
     const uint32_t offset = uint32_t(append_at);
     if (WriteWords(append_at, words, RecordWords)) WriteWords(link, &offset, 1);
 }
@@ -146,13 +157,15 @@ void Write(const Queued& entry) {
 
 void load_learning(const char* file_name) {
     CloseLearning();
-    file = std::fopen(file_name, "rb");
-    const bool exists = file != nullptr;
-    if (exists) std::fclose(file);
-    if (!exists) CreateEmpty(file_name);
+    std::error_code error;
+    if (!std::filesystem::exists(file_name, error))
+        if (std::FILE* const created = std::fopen(file_name, "ab")) std::fclose(created);
     learned = new (std::nothrow) std::unordered_map<uint64_t, Learned>;
-    file = std::fopen(file_name, "rb+");
-    if (file != nullptr && learned != nullptr && ReadAll()) return;
+    file = OpenForUpdate(file_name);
+    if (file != nullptr && learned != nullptr && CompleteHeads()) {
+        ReadRecords();
+        return;
+    }
     Print("Error opening \"%s\"!\n", file_name);
     Flush();
     CloseLearning();
@@ -184,7 +197,7 @@ void QueueLearned(int depth, int score) {
     entry.depth = depth;
     entry.old_evaluation = found == learned->end() ? 0 : found->second.evaluation;
     entry.evaluation = score;
-    entry.ply = history_count;
+    entry.ply = history_count - history_base;
     std::snprintf(entry.fen, sizeof entry.fen, "%s", WriteFen().c_str());
 }
 
@@ -193,8 +206,7 @@ void FlushLearned() {
     if (queue_length == 0) return;
     for (int i = 0; i < queue_length; ++i) {
         Write(queue[i]);
-        (*learned)[MapKey(queue[i].a, queue[i].b)] = {queue[i].depth, queue[i].evaluation};
+        Remember(queue[i].a, queue[i].b, queue[i].depth, queue[i].evaluation);
     }
     queue_length = 0;
-    std::fflush(file);
 }

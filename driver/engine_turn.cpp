@@ -48,8 +48,9 @@ constexpr int ResignEntries = 10;
 ResignEntry resign_history[ResignEntries];
 int resign_entries;  // how many have been recorded
 
-// What qualifies for the file of learned positions: a real search, early in the game, with
-// enough men left for the position to come again.
+// What qualifies for the file of learned positions: a real search of all moves, not ended while
+// its score was a mere bound, early in the game, with enough men left for the position to come
+// again.
 constexpr int LearnMinDepth = 8;      // plies
 constexpr int LearnMaxHistory = 120;  // plies of the game
 constexpr int LearnMinUnits = 15;     // piece units a side
@@ -86,7 +87,8 @@ void Learn(const SearchResult& result) {
     if (!result.searched) return;
     if (std::abs(result.score) > BookLearningBound && BookLearningPending())
         learn_game(result.score < 0 ? ResultLost : ResultWon);
-    if (UseLearning && !running_search.stopped && result.depth >= LearnMinDepth && std::abs(result.score) < MateBound
+    const bool whole = !running_search.stopped && !root_in_trouble && search_limits.search_move_count == 0;
+    if (UseLearning && whole && result.depth >= LearnMinDepth && std::abs(result.score) < MateBound
         && history_count < LearnMaxHistory && thread_board.NonPawnMaterial[WHITE] >= LearnMinUnits
         && thread_board.NonPawnMaterial[BLACK] >= LearnMinUnits)
         QueueLearned(result.depth * ONE_PLY, result.score);
@@ -203,6 +205,7 @@ void PonderHit() {
 void engine_turn() {
     prediction.move = 0;
     waiting.valid = false;
+    EngineSide = SideToMove();  // whose result it is, should the game be over
     if (!IsPlayable() || check_game_end()) {
         if (UciMode) {
             if (PonderingNow || search_limits.OwnTime == InfiniteTime) waiting = {true, PonderingNow != 0, {}};
@@ -213,7 +216,6 @@ void engine_turn() {
         PonderingNow = 0;
         return;
     }
-    EngineSide = SideToMove();
     ContinueTurn(RunSearch(PonderingNow ? SearchPurpose::GoPonder : SearchPurpose::Game));
 }
 
