@@ -18,17 +18,19 @@
 #include "board/attacks.h"
 #include "eval/eval_info.h"
 #include "eval/masks.h"
+#include "eval/mating_tables.h"
 
 namespace {
 
 constexpr int LoneKingWin = 400;  // on top of material: this is won
-constexpr int QueenAgainstRookWin = 200, BetterPiecesWin = 100;
+constexpr int QueenAgainstRookWin = 100, BetterPiecesWin = 100;
 constexpr int EdgePush = 10, KingsTogether = 8;
 // Bishop and knight. The diagonal outweighs all else: leaving the wrong corner means letting
 // the king walk along the edge, away from ours.
 constexpr int DiagonalPush = 30, BishopKnightKings = 10, KnightNear = 2, CentralKing = 4, CornerStep = 12;
-// Queen against rook.
-constexpr int QueenEdgePush = 20, QueenKings = 16, RookAway = 2, QueenFreeSquare = 10;
+// Queen against rook: what each ply is worth by which the mate is nearer than this many. Too little
+// and the winner dawdles, too much and the search prunes the quiet moves that prepare.
+constexpr int PlyWorth = 12, ManyPlies = 66;
 
 // Steps from the four middle squares: 0 in the centre .. 6 in a corner.
 int CentreDistance(Square s) {
@@ -74,6 +76,43 @@ template <Colour Us> int BishopAndKnight() {
         - CornerStep * StepsToOpenCorner<Us>(enemy, light_bishop);
 }
 
+// How a square is turned so that the losing king stands in the triangle a1-d1-d4.
+struct Turn {
+    int mirror;     // the bits of the square to invert
+    bool diagonal;  // files and ranks then change places
+
+    explicit Turn(Square king)
+        : mirror((FileOf(king) > 3 ? 7 : 0) | (RankOf(king) > 3 ? 56 : 0)),
+          diagonal(RankOf(king ^ mirror) > FileOf(king ^ mirror)) {}
+    Square operator()(Square s) const {
+        s ^= mirror;
+        return diagonal ? SquareAt(RankOf(s), FileOf(s)) : s;
+    }
+};
+
+// Number of a square of the triangle, along the ranks.
+int TriangleNumber(Square s) {
+    constexpr int RankStart[4] = {0, 3, 5, 6};  // a1 is 0, b2 4, c3 7, d4 9
+    return RankStart[RankOf(s)] + FileOf(s);
+}
+
+int ByFilesAndRanks(const int8_t (&table)[8][8], Square a, Square b) {
+    const auto [smaller, larger] = std::minmax({std::abs(FileOf(a) - FileOf(b)), std::abs(RankOf(a) - RankOf(b))});
+    return table[smaller][larger];
+}
+
+// About how many plies the mate with the queen takes from here.
+template <Colour Us> int QueenAgainstRookPlies() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const Turn turn(p.king_square[Them]);
+    const Square own = turn(p.king_square[Us]);
+    const Square queen = turn(LowestSquare(p.pieces[QUEEN][Us])), rook = turn(LowestSquare(p.pieces[ROOK][Them]));
+    const int losing = TriangleNumber(turn(p.king_square[Them]));
+    return QueenRookKing[losing][own] + QueenRookQueen[losing][queen] + QueenRookRook[losing][rook]
+        + ByFilesAndRanks(RookFromKing, own, rook) + ByFilesAndRanks(RookFromQueen, queen, rook);
+}
+
 template <Colour Us> int DrivingScore() {
     constexpr Colour Them = ChangeSide(Us);
     const Position& p = thread_board;
@@ -87,14 +126,8 @@ template <Colour Us> int DrivingScore() {
         if (units == 6 && p.PieceCount[BISHOP][Us] == 1) return base + LoneKingWin + BishopAndKnight<Us>();
         return base + LoneKingWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
     }
-    if (units == 9 && enemy_units == 5 && p.PieceCount[QUEEN][Us] == 1) {
-        // The rook is lost to a double attack once it has to leave its king.
-        const Square queen = LowestSquare(p.pieces[QUEEN][Us]);
-        const Bitboard covered = king_attacks[own] | RookAttacks(queen) | BishopAttacks(queen);
-        return base + QueenAgainstRookWin - QueenFreeSquare * PopCount(king_attacks[enemy] & ~covered)
-            + QueenEdgePush * CentreDistance(enemy) + QueenKings * (7 - Distance(own, enemy))
-            + RookAway * Distance(LowestSquare(p.pieces[ROOK][Them]), enemy);
-    }
+    if (units == 9 && enemy_units == 5 && p.PieceCount[QUEEN][Us] == 1)
+        return base + QueenAgainstRookWin + PlyWorth * (ManyPlies - QueenAgainstRookPlies<Us>());
     return base + BetterPiecesWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
 }
 
