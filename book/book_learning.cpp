@@ -56,6 +56,8 @@ void update_book_move(int result, Move move) {
 
 bool BookLearningPending() { return UseBookLearning && book_loaded && !game_learned; }
 
+void LeaveGameUnlearned() { game_learned = true; }
+
 void ResetBookLearning() { game_learned = false; }
 
 void learn_game(int result) {

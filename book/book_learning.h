@@ -14,5 +14,7 @@ void learn_game(int result);
 void update_book_move(int result, Move move);
 // True when learn_game() would do something.
 bool BookLearningPending();
+// Nothing is learned of this game any more.
+void LeaveGameUnlearned();
 // A new game: learning may happen again.
 void ResetBookLearning();

@@ -206,6 +206,8 @@ void engine_turn() {
     prediction.move = 0;
     waiting.valid = false;
     EngineSide = SideToMove();  // whose result it is, should the game be over
+    // Somebody looks at positions; what stands on the board is no game of ours.
+    if (OpenEnded()) LeaveGameUnlearned();
     if (!IsPlayable() || check_game_end()) {
         if (UciMode) {
             if (PonderingNow || search_limits.OwnTime == InfiniteTime) waiting = {true, PonderingNow != 0, {}};

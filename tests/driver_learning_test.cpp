@@ -101,6 +101,11 @@ TEST_F(Learning, OfGames) {
         {"a repetition", Never, "force|g1f3|g8f6|f3g1|f6g8|g1f3|g8f6|f3g1|black|f6g8", "g1f3 2/2 "},
         {"mated in UCI, first thing the engine sees", Never,
          "uci|position startpos moves f2f3 e7e5 g2g4 d8h4|go depth 3", "f2f3 0/2 g2g4 0/2 "},
+        {"of analysis nothing", Never,
+         "uci|position startpos moves f2f3 e7e5 g2g4 d8h4|go infinite|stop|position startpos moves e2e4 e7e5|go depth "
+         "3|"
+         "ucinewgame",
+         ""},
         {"a repetition in UCI, too", Never,
          "uci|position startpos moves g1f3 g8f6 f3g1 f6g8 g1f3 g8f6 f3g1 f6g8|go depth 3", "g1f3 2/2 "},
         {"a won score", 400, "force|e2e4|e7e5|d1h5|e8e7|go", "e2e4 2/0 d1h5 2/0 "},
