@@ -59,9 +59,8 @@ struct Weeder {
     const WeedingRules& rules;
     WeedingCounts& counts;
     BookNodes weeded;
-    // Empty while the position's own moves are being judged: a line that comes back to it is no
-    // way to judge them.
     std::unordered_map<uint64_t, std::optional<int>> values;
+    std::unordered_set<uint64_t> on_board;  // the positions of the line being judged
 
     // What the position on the board is worth to the side to move, if anything tells.
     std::optional<int> Value() {
@@ -71,24 +70,27 @@ struct Weeder {
         const std::optional<int> searched = score == scores.end() ? std::nullopt : std::optional<int>(score->second);
         const auto node = nodes.find(key);
         if (node == nodes.end()) return searched;
-        values[key] = std::nullopt;
         std::optional<int> best;
         std::vector<BookMove> judged;
+        on_board.insert(key);
         ForEachMove(node->second, [&](const BookMove& entry) {
-            const std::optional<int> reply = Value();
-            judged.push_back(Judge(entry, reply));
+            const bool back = on_board.count(BookNodeKey()) != 0;
+            const std::optional<int> reply = back ? std::nullopt : Value();
+            judged.push_back(Judge(entry, reply, back));
             if (reply && (!best || -*reply > *best)) best = -*reply;
         });
+        on_board.erase(key);
         weeded[key] = std::move(judged);
         const std::optional<int> value = best && searched ? (*best + *searched) / 2 : best ? best : searched;
         values[key] = value;
         return value;
     }
 
-    BookMove Judge(BookMove move, std::optional<int> reply) {
+    // A move that leads back to where the line came from would let the book play for a repetition.
+    BookMove Judge(BookMove move, std::optional<int> reply, bool back) {
         ++counts.moves;
-        if (!reply) ++counts.unjudged;
-        if (reply && -*reply < rules.worst) move.excluded = true;
+        if (!reply && !back) ++counts.unjudged;
+        if (back || (reply && -*reply < rules.worst)) move.excluded = true;
         if (move.excluded) {
             ++counts.excluded;
             move.ours = move.theirs = 0;
@@ -120,7 +122,7 @@ BookNodes WeedBook(const BookNodes& nodes, const PositionScores& scores, const W
                    WeedingCounts& counts) {
     SetInitialPosition();
     counts = {};
-    Weeder weeder{nodes, scores, rules, counts, {}, {}};
+    Weeder weeder{nodes, scores, rules, counts, {}, {}, {}};
     weeder.Value();
     return std::move(weeder.weeded);
 }

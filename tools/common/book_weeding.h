@@ -26,20 +26,20 @@ std::vector<BookPosition> FindPositions(const BookNodes& nodes);
 using PositionScores = std::unordered_map<uint64_t, int>;
 
 struct WeedingRules {
-    int worst = -60;        // centipawns for the side that plays a move; below, it is excluded
-    int score_games = 20;   // the search's word counts like so many games beside the played ones
-    int most_games = 40;    // more played games than this count no more than this
+    int worst = -60;       // centipawns for the side that plays a move; below, it is excluded
+    int score_games = 40;  // the search's word counts like so many games beside the played ones
+    int most_games = 40;   // more played games than this count no more than this
     // What is played seldom leads out of the book soon and is sound by the search's word alone:
     // such a move loses so much of its share, half of it with half_rare games.
     double rare_discount = 0.15;
-    int half_rare = 6;
+    int half_rare = 12;
     int score_scale = 200;  // centipawns of advantage that are worth 10 points to 1
 };
 struct WeedingCounts {
     int64_t moves = 0, excluded = 0, unjudged = 0;  // unjudged: leads to no searched position
 };
-// The book with the moves excluded that lead to less than `worst`, and with points drawn towards
-// the scores. A move without a score keeps its points. What cannot be reached from the start
+// The book with the moves excluded that lead to less than `worst` or back to an earlier position
+// of their line, and with points drawn towards the scores. A move without a score keeps its points. What cannot be reached from the start
 // position is left out.
 BookNodes WeedBook(const BookNodes& nodes, const PositionScores& scores, const WeedingRules& rules,
                    WeedingCounts& counts);
