@@ -105,7 +105,8 @@ bool ReadBookFile(const std::string& bytes, BookNodes& nodes, std::string& error
         const size_t record = slot * BookSlotBytes;
         const uint64_t key = uint64_t(WordAt(bytes, record)) << 32 | WordAt(bytes, record + 4);
         size_t at = WordAt(bytes, record + 8);
-        if (at >= bytes.size()) return false;
+        // Nor may a list lie inside the header or the index.
+        if (at >= bytes.size() || at < BookSlotBytes * (BookFirstSlot + count)) return false;
         const size_t moves = uint8_t(bytes[at++]);
         if (bytes.size() - at < 4 * moves) return false;
         std::vector<BookMove>& node = nodes[key];

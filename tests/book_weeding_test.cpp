@@ -41,7 +41,10 @@ const std::string AfterA3E5 = "rnbqkbnr/pppp1ppp/8/4p3/8/P7/1PPPPPPP/RNBQKBNR";
 
 // The weeded book as text; scores are the side to move's.
 std::string Weeded(const std::map<std::string, int>& scores, WeedingCounts& counts, double rare_discount = 0) {
-    WeedingRules rules;
+    WeedingRules rules;  // round numbers, whatever the shipped book was made with
+    rules.score_games = 20;
+    rules.score_scale = 200;
+    rules.half_rare = 6;
     rules.rare_discount = rare_discount;
     const BookNodes nodes = NodesOf(Book);
     PositionScores by_key;

@@ -92,7 +92,18 @@ TEST_F(MakeBook, Lines) {
     const char* const ten = "e4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\ne4 1-0\nd4 1-0\n";
     const LinesCase cases[] = {
         {"two points a game; played most first", few, Plain, "e4 3 3\n e5 1 3\n c5 2 0\nd4 0 0\n"},
+        {"games without a result count for the order", "e4 1-0\ne4\nd4\nd4\nd4\n", Plain, "d4 0 0\ne4 2 0\n"},
+        {"a comment behind blanks, blanks at the end", " \t# e3\ne4 \t\n  \n", Plain, "e4 0 0\n"},
         {"plies", few, Limits(1, 1, 0, 0), "e4 3 3\nd4 0 0\n"},
+        {"a weak move with a good answer is never played", "e4 1-0\ne4 e5 Nf3 1-0\ne4 c5 0-1\n", Limits(24, 1, 300, 0),
+         "e4 4 2\n c5 2 0\n e5 -\n  Nf3 2 0\n"},
+        {"it may be the only move left", "e4 e5 Nf3 1-0\ne4 a6 1-0\n", Limits(24, 1, 300, 0),
+         "e4 4 0\n e5 -\n  Nf3 2 0\n"},
+        {"the same move elsewhere stays", "Nf3 a6 Ng1 b6 Nf3 e5 0-1\nNf3 a6 Ng1 1-0\nNf3 1-0\nNf3 1-0\n",
+         Limits(24, 1, 300, 0), "Nf3 6 2\n a6 2 2\n  Ng1 2 2\n   b6 2 0\n    Nf3 -\n     e5 2 0\n"},
+        {"a rare way to a position with a common one is left out",
+         "d4 d5 Nf3\nd4 d5 c4\nNf3 d5 d4 Nf6\nNf3 d5 d4 Nf6\n", Limits(24, 2, 0, 0),
+         "d4 0 0\n d5 0 0\nNf3 0 0\n d5 0 0\n  d4 0 0\n   Nf6 0 0\n"},
         {"too few games", few, Limits(24, 2, 0, 0), "e4 3 3\n e5 1 3\n"},
         {"a quarter is less than 260; without games it is half", few, Limits(24, 1, 260, 0),
          "e4 3 3\n c5 2 0\nd4 0 0\n"},
@@ -142,6 +153,7 @@ TEST_F(MakeBook, LimitsOfPlayers) {
     limits.player = "ann";
     EXPECT_EQ(BookOf(games, ".pgn", limits), "a3 0 0\nb3 0 0\n");
     EXPECT_EQ(builder.counts.games, 2);
+    EXPECT_EQ(BookOf("e4\n", ".txt", limits), "e4 0 0\n") << "lines tell nothing of players";
 }
 
 // What begins from another position is found there.
@@ -155,6 +167,62 @@ TEST_F(MakeBook, GamesFromOtherPositions) {
     EXPECT_EQ(node[0].from, 60);
     EXPECT_EQ(node[0].to, 51);
     EXPECT_EQ(WriteBookText(nodes), "# not reached from the start: 2 moves of 2 positions\n");
+}
+
+struct GamesCase {
+    const char* why;
+    const char* games;
+    const char* book;
+    std::vector<std::string> faults;
+};
+
+TEST_F(MakeBook, GamesAndTheirTags) {
+    const GamesCase cases[] = {
+        {"tags of a game without moves are not the next one's",
+         "[Event \"\"]\n[FEN \"4k3/8/8/8/8/8/4P3/4K3 w - - 0 1\"]\n[Result \"1-0\"]\n\n[Event \"\"]\n\n1. d4 *\n",
+         "d4 0 0\n",
+         {}},
+        {"nor without an empty line", "[Event \"\"]\n[Result \"1-0\"]\n[Event \"\"]\n\n1. d4 *\n", "d4 0 0\n", {}},
+        {"nor without an event", "[Site \"\"]\r\n[Result \"1-0\"]\r\n\r\n[Site \"\"]\r\n\r\n1. d4\r\n", "d4 0 0\n", {}},
+        {"the event need not be first", "[Result \"1-0\"]\n[Event \"\"]\n\n1. d4 *\n", "d4 2 0\n", {}},
+        {"no moves at all", "[Event \"\"]\n[Result \"1-0\"]\n\n1-0\n", "", {}},
+        {"a second result begins no game", "1. d4 d5 1-0 0-1 1. e4\n", "e4 0 0\n", {"1: two results: 1-0 and 0-1"}},
+        {"half a draw", "[Result \"1/2\"]\n\n1. d4 1/2\n", "d4 1 1\n", {}},
+        {"other rules", "[Variant \"Atomic\"]\n\n1. d4 *\n", "", {"1: no usual chess: Atomic"}},
+        {"the usual rules", "[Variant \"From Position\"]\n\n1. d4 *\n", "d4 0 0\n", {}},
+        {"a tabulator in a tag", "[Result\t\"1-0\"]\n\n1. d4 *\n", "d4 2 0\n", {}},
+    };
+    for (const GamesCase& c : cases) {
+        SCOPED_TRACE(c.why);
+        EXPECT_EQ(BookOf(c.games, ".PGN", Plain), c.book);
+        EXPECT_EQ(faults, c.faults);
+        EXPECT_EQ(builder.counts.games, *c.book != '\0');
+    }
+}
+
+// The last word names a move of the position behind the others, or is to be passed over.
+TEST_F(MakeBook, WaysToWriteAMove) {
+    const struct {
+        const char* line;
+        const char* book;  // its last line
+    } cases[] = {
+        {"e2-e4 e7-e5 Ng1-f3", "  Nf3 0 0\n"},
+        {"e4 a6 e5 d5 exd6e.p.", "    exd6 0 0\n"},
+        {"e4 a6 e5 d5 exd6 e.p. +- N D = \xE2\x88\x9E -/+", "    exd6 0 0\n"},
+        {"h4 g5 hxg5 h6 gxh6 Nc6 h7 Nb8 hxg8(Q) a6", "         a6 0 0\n"},
+        {"h4 g5 hxg5 h6 gxh6 Nc6 h7 Nb8 hxg8/Q! a6", "         a6 0 0\n"},
+        {"  e4 e5 Nf3(Q)", "  Nf3 0 0\n"},
+        {"e4e.p.", ""},
+        {"e4 --", ""},
+        {"e2-", ""},
+        {"-e4", ""},
+        {"e4 \xE2\x96\xA1", ""},
+    };
+    for (const auto& c : cases) {
+        const std::string book = BookOf(c.line, ".txt"), last = c.book;
+        EXPECT_EQ(faults.size(), size_t(last.empty())) << c.line;
+        EXPECT_EQ(book.substr(book.size() - std::min(book.size(), last.size())), last) << c.line;
+    }
 }
 
 struct FaultCase {
@@ -209,7 +277,8 @@ TEST_F(MakeBook, Pieces) {
     std::string games = "\xEF\xBB\xBF";
     for (int i = 0; i < 5; ++i)
         games += Game("[Result \"1-0\"]\n", "1. e4 {\n[%clk 1]\n\nlong (} e5\n2. Nf3\n1-0")
-            + Game("", "1. d4 d5\n2. Kd3 *") + "[White \"no event\"]\r\n\r\n1. c4\r\n\r\n";
+            + Game("", "1. d4 d5\n2. Kd3 *") + "[White \"no event\"]\r\n\r\n1. c4\r\n\r\n"
+            + "[Result \"1-0\"]\n[Event \"\"]\n\n1. f4 *\n\n";
     const std::string lines = "e4 e5\nd4 d5\n# c4\nc4 Kd7\nb4";
     for (const auto& [text, ending] : {std::pair{games, ".pgn"}, {lines, ".txt"}}) {
         const std::string whole = BookOf(text, ending);
@@ -388,6 +457,42 @@ TEST_F(MakeBook, DamagedFilesAreRefused) {
             damaged[at] = char(damaged[at] ^ flip);
             if (ReadBookFile(damaged, nodes, error)) WriteBookText(nodes);  // nothing to expect but that it ends
         }
+    std::string damaged = bytes;
+    damaged[36 + 8] = 36;  // the first list lies in the index: a key's byte is the number of moves
+    damaged[36] = 1;
+    EXPECT_FALSE(ReadBookFile(damaged, nodes, error));
+}
+
+// ---- The file on the disk ----
+
+TEST_F(MakeBook, ReplacingAFile) {
+    namespace fs = std::filesystem;
+    const std::string folder = TemporaryPath("");
+    fs::remove_all(folder);
+    fs::create_directory(folder);
+    const std::string book = folder + "/Book.cvt", link = folder + "/link", other = book + ".new";
+    fs::create_symlink("Book.cvt", link);
+    EXPECT_TRUE(ReplaceFile(link, "one")) << "a link to nothing yet";
+    std::ofstream(other) << "not ours";
+    fs::permissions(book, fs::perms(0640));
+    EXPECT_TRUE(CanReplaceFile(link));
+    EXPECT_TRUE(ReplaceFile(link, "two"));
+    std::string text;
+    EXPECT_TRUE(fs::is_symlink(link) && ReadWholeFile(book, text));
+    EXPECT_EQ(text, "two");
+    EXPECT_EQ(fs::status(book).permissions(), fs::perms(0640));
+    EXPECT_TRUE(ReadWholeFile(other, text));
+    EXPECT_EQ(text, "not ours");
+
+    fs::create_symlink("loop", folder + "/loop");
+    for (const std::string& refused : {folder, std::string("/dev/null"), folder + "/loop", folder + "/no/Book.cvt"}) {
+        std::string why;
+        EXPECT_FALSE(CanReplaceFile(refused, &why)) << refused;
+        EXPECT_NE(why, "") << refused;
+        EXPECT_FALSE(ReplaceFile(refused, "text")) << refused;
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 4) << "something is left over";
+    fs::remove_all(folder);
 }
 
 // ---- Text ----
@@ -499,7 +604,12 @@ TEST_F(MakeBook, BadLinesOfBookText) {
          "       Nb8 1 1\n        hxg8=R 1 1\n",
          {"9: a book knows promotions to a queen only: hxg8=R"},
          "h4 1 1\n g5 1 1\n  hxg5 1 1\n   h6 1 1\n    gxh6 1 1\n     Nc6 1 1\n      h7 1 1\n       Nb8 1 1\n"},
-        {"a tabulator", "\te4 1 2\n", {"1: no legal move: \te4"}, ""},
+        {"a tabulator", "\te4 1 2\n", {"1: no legal move: ?e4"}, ""},
+        {"blanks at the end, tabulators before a comment", "e4 1 2 \t\n\t# e5\n e5 1 1 \r\n", {}, "e4 1 2\n e5 1 1\n"},
+        {"a long word with a bell",
+         "\ae4567890123456789012345678901234567890123456789 1 2\n",
+         {"1: no legal move: ?e45678901234567890123456789012345678901..."},
+         ""},
         {"a move given twice",
          "e4 1 2\n e5 1 1\ne4 1 1\n c5 1 1\n",
          {"3: the position has this move already: e4 1 1"},

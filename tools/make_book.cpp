@@ -136,8 +136,12 @@ int main(int argc, char** argv) {
         return 1;
     }
     if (!options.list.empty()) return List(options.list);
-    if (!CanReplaceFile(options.output)) {
-        std::fprintf(stderr, "%s: cannot be written\n", options.output.c_str());
+    if (!EndsWith(LowerCase(options.output), ".cvt")) {
+        std::fprintf(stderr, "%s: the name of a book must end in .cvt\n", options.output.c_str());
+        return 2;
+    }
+    if (std::string why; !CanReplaceFile(options.output, &why)) {
+        std::fprintf(stderr, "%s: %s\n", options.output.c_str(), why.c_str());
         return 1;
     }
 
@@ -162,12 +166,15 @@ int main(int argc, char** argv) {
     int64_t moves = 0;
     for (const auto& node : nodes) moves += int64_t(node.second.size());
     const std::string bytes = BookFileBytes(nodes);
-    if (!Write(options.output, bytes)) return 1;
+    // An engine with an empty book would be none the wiser, and an old book be lost.
+    if (moves == 0) std::fprintf(stderr, "no moves: %s is not written\n", options.output.c_str());
+    else if (!Write(options.output, bytes)) return 1;
 
     const BookCounts& counts = builder.counts;
-    std::printf("%zu positions, %" PRId64 " moves of %" PRId64 " games; %" PRId64 " games refused, %" PRId64
-                " left out by the limits, %" PRId64 " bad lines of book text; %zu bytes, %.1f seconds\n",
-                nodes.size(), moves, counts.games, counts.refused, counts.left_out, counts.bad_lines, bytes.size(),
-                std::chrono::duration<double>(Clock::now() - start).count());
-    return 0;
+    const int printed =
+        std::printf("%zu positions, %" PRId64 " moves of %" PRId64 " games; %" PRId64 " games refused, %" PRId64
+                    " left out by the limits, %" PRId64 " bad lines of book text; %zu bytes, %.1f seconds\n",
+                    nodes.size(), moves, counts.games, counts.refused, counts.left_out, counts.bad_lines, bytes.size(),
+                    std::chrono::duration<double>(Clock::now() - start).count());
+    return printed > 0 && std::fflush(stdout) == 0 && moves != 0 ? 0 : 1;
 }

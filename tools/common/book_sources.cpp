@@ -1,10 +1,11 @@
 // book_sources.cpp - games and lines of moves into a book; see book_tree.h.
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstdio>
+#include <unordered_set>
 
 #include "board/make_move.h"
+#include "board/movegen.h"
 #include "board/position.h"
 #include "tools/common/book_tree.h"
 #include "tools/common/game_reader.h"
@@ -15,8 +16,16 @@ namespace {
 // Where the last game of a text begins, 0 when it cannot be told from the one before.
 size_t LastGameStart(const std::string& text) {
     for (const std::string& start : {std::string("\n") + GameStart, std::string("\n\n["), std::string("\n\r\n[")}) {
-        const size_t at = text.rfind(start);
-        if (at != std::string::npos) return at + start.find('[');
+        size_t at = text.rfind(start);
+        if (at == std::string::npos) continue;
+        at += start.find('[');
+        // Event need not be the first tag.
+        while (at > 0) {
+            const size_t line_before = at < 2 ? 0 : text.rfind('\n', at - 2) + 1;
+            if (text[line_before] != '[') break;
+            at = line_before;
+        }
+        if (at > 0) return at;
     }
     return 0;
 }
@@ -72,16 +81,12 @@ private:
     int line = 1;
 };
 
-bool BeginsWith(const std::string& text, const std::string& start) {
-    const auto same = [](char a, char b) {
-        return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
-    };
-    return text.size() >= start.size() && std::equal(start.begin(), start.end(), text.begin(), same);
-}
-
+// Lines of moves tell nothing of players: only games of PGN are asked.
 bool IsWithinLimits(const ReadGame& game, const BookLimits& limits) {
-    if (!limits.player.empty() && !BeginsWith(game.white, limits.player) && !BeginsWith(game.black, limits.player))
-        return false;
+    const auto is_player = [&](const std::string& name) {
+        return LowerCase(name).rfind(LowerCase(limits.player), 0) == 0;
+    };
+    if (!is_player(game.white) && !is_player(game.black)) return false;
     if (limits.min_rating == 0) return true;
     for (const std::string& rating : {game.white_elo, game.black_elo}) {
         int number = 0;
@@ -97,7 +102,7 @@ void CountGame(const ReadGame& game, BookBuilder& builder) {
     PlayGame(game, 0);
     for (size_t ply = 0; ply < game.moves.size() && ply < size_t(builder.limits.plies); ++ply) {
         const Move move = game.moves[ply];
-        if (MovePromotion(move) != EMPTY && MovePromotion(move) != QUEEN) return;  // cannot be told in a book
+        if (!FitsIntoBook(move)) return;
         const uint64_t key = BookNodeKey();
         bool repeated = false;
         for (int back = 4; back <= thread_board.fifty && size_t(back) <= ply; back += 2)
@@ -115,11 +120,13 @@ void CountGame(const ReadGame& game, BookBuilder& builder) {
     }
 }
 
-void TakeGame(const ReadGame& game, const std::string& name, BookBuilder& builder) {
+void TakeGame(const ReadGame& game, bool within_limits, const std::string& name, BookBuilder& builder) {
     if (!game.error.empty()) {
         builder.report(name + ":" + std::to_string(game.error_line) + ": " + game.error);
         ++builder.counts.refused;
-    } else if (!IsWithinLimits(game, builder.limits)) {
+    } else if (game.moves.empty()) {
+        return;
+    } else if (!within_limits) {
         ++builder.counts.left_out;
     } else {
         CountGame(game, builder);
@@ -134,7 +141,7 @@ bool AddGames(const std::string& path, BookBuilder& builder) {
     int first_line;
     while (pieces.Next(piece, first_line)) {
         GameReader reader(piece, first_line);
-        for (ReadGame game; reader.Next(game);) TakeGame(game, path, builder);
+        for (ReadGame game; reader.Next(game);) TakeGame(game, IsWithinLimits(game, builder.limits), path, builder);
     }
     return !pieces.Failed();
 }
@@ -149,7 +156,7 @@ void AddLine(const std::string& line, int line_number, const std::string& name, 
         game.error = tags ? "a tag: games with tags belong into a file named .pgn" : "more than one game in a line";
         game.error_line = line_number;
     }
-    TakeGame(game, name, builder);
+    TakeGame(game, true, name, builder);
 }
 
 bool AddLines(const std::string& path, bool table, BookBuilder& builder) {
@@ -159,6 +166,7 @@ bool AddLines(const std::string& path, bool table, BookBuilder& builder) {
     while (pieces.Next(piece, line_number)) {
         for (size_t at = 0; NextLine(piece, at, line); ++line_number) {
             if (!table) {
+                line.erase(0, line.find_first_not_of(" \t"));
                 if (line.rfind('#', 0) != 0) AddLine(line, line_number, path, builder);
                 continue;
             }
@@ -175,10 +183,12 @@ bool AddLines(const std::string& path, bool table, BookBuilder& builder) {
     return !pieces.Failed();
 }
 
+uint32_t Games(const BookMove& move) { return (move.ours + move.theirs) / 2 + move.undecided; }
+
 // Gives a move that games played its points, and tells whether it is within the limits.
 bool Settle(const BookLimits& limits, BookMove& move) {
+    if (Games(move) < uint32_t(limits.min_games)) return false;
     const uint32_t total = move.ours + move.theirs;
-    if (total / 2 + move.undecided < uint32_t(limits.min_games)) return false;
     const double thought = double(total) + 2.0 * limits.even;
     const double score = thought == 0 ? 0.5 : (move.ours + double(limits.even)) / thought;
     move.ours = uint32_t(std::lround(score * total));
@@ -187,20 +197,78 @@ bool Settle(const BookLimits& limits, BookMove& move) {
 }
 
 bool IsPlayedMore(const BookMove& a, const BookMove& b) {
-    if (a.ours + a.theirs != b.ours + b.theirs) return a.ours + a.theirs > b.ours + b.theirs;
-    if (a.ours != b.ours) return a.ours > b.ours;
-    return a.undecided > b.undecided;
+    return Games(a) != Games(b) ? Games(a) > Games(b) : a.ours > b.ours;
 }
+
+// A move that the limits remove may be the only way to positions whose moves stay: the opponent's
+// weak move, which is to be answered and never to be played. It enters as an excluded one. A move
+// to a position that other moves lead to stays away.
+class WayKeeper {
+public:
+    WayKeeper(const BookNodes& removed, BookNodes& nodes) : removed(removed), nodes(nodes) {}
+
+    void Keep() {
+        SetInitialPosition();
+        Walk();
+        for (size_t i = 0; i < waiting.size(); ++i) {
+            if (reached.count(waiting[i].key) != 0) continue;
+            path = waiting[i].path;
+            SetInitialPosition();
+            for (size_t ply = 0; ply + 1 < path.size(); ++ply) MakeGameMove(path[ply]);
+            const Move move = path.back();
+            BookMoveOf(nodes[BookNodeKey()], MoveFrom(move), MoveTo(move)).excluded = true;
+            MakeGameMove(move);
+            Walk();
+        }
+    }
+
+private:
+    struct Way {
+        std::vector<Move> path;  // from the start; the last is a removed move
+        uint64_t key;            // of the position behind it
+    };
+    const BookNodes& removed;
+    BookNodes& nodes;
+    std::unordered_set<uint64_t> reached;
+    std::vector<Move> path;  // to the position on the board
+    std::vector<Way> waiting;
+
+    static bool Has(const BookNodes& nodes, uint64_t key, Move move) {
+        const auto node = nodes.find(key);
+        return node != nodes.end()
+            && std::any_of(node->second.begin(), node->second.end(), [move](const BookMove& entry) {
+                   return entry.from == MoveFrom(move) && entry.to == MoveTo(move);
+               });
+    }
+
+    // All that the book's moves lead to from here; removed moves wait until that is known.
+    void Walk() {
+        const uint64_t key = BookNodeKey();
+        if (!reached.insert(key).second || (nodes.count(key) == 0 && removed.count(key) == 0)) return;
+        std::vector<Move> moves;
+        for (int i = 0, count = GenerateLegalMoves(0); i < count; ++i) moves.push_back(move_stack[i].move);
+        for (const Move move : moves) {
+            const bool kept = Has(nodes, key, move);
+            if (!FitsIntoBook(move) || (!kept && !Has(removed, key, move)) || !MakeGameMove(move)) continue;
+            path.push_back(move);
+            if (kept) Walk();
+            else if (nodes.count(BookNodeKey()) != 0) waiting.push_back({path, BookNodeKey()});
+            path.pop_back();
+            UnmakeMove();
+        }
+    }
+};
 
 }  // namespace
 
 bool AddBookSource(const std::string& path, BookBuilder& builder, std::string& error) {
     error = path + ": cannot be read";
-    if (EndsWith(path, ".pgn")) return AddGames(path, builder);
-    if (EndsWith(path, ".txt")) return AddLines(path, false, builder);
-    if (EndsWith(path, ".tsv")) return AddLines(path, true, builder);
-    const bool is_text = EndsWith(path, ".book");
-    if (!is_text && !EndsWith(path, ".cvt")) {
+    const std::string name = LowerCase(path);
+    if (EndsWith(name, ".pgn")) return AddGames(path, builder);
+    if (EndsWith(name, ".txt")) return AddLines(path, false, builder);
+    if (EndsWith(name, ".tsv")) return AddLines(path, true, builder);
+    const bool is_text = EndsWith(name, ".book");
+    if (!is_text && !EndsWith(name, ".cvt")) {
         error = path + ": its name must end in .pgn, .txt, .tsv, .book or .cvt";
         return false;
     }
@@ -222,17 +290,19 @@ bool AddBookSource(const std::string& path, BookBuilder& builder, std::string& e
 }
 
 BookNodes FinishBook(BookBuilder& builder) {
-    BookNodes nodes;
+    BookNodes nodes, removed;
     nodes.swap(builder.books);
     for (auto node = builder.games.begin(); node != builder.games.end();) {
         std::vector<BookMove>& moves = node->second;
-        const auto kept =
-            std::remove_if(moves.begin(), moves.end(), [&](BookMove& move) { return !Settle(builder.limits, move); });
+        const auto kept = std::stable_partition(moves.begin(), moves.end(),
+                                                [&](BookMove& move) { return Settle(builder.limits, move); });
+        if (kept != moves.end()) removed[node->first].assign(kept, moves.end());
         moves.erase(kept, moves.end());
         std::stable_sort(moves.begin(), moves.end(), IsPlayedMore);
         node = moves.empty() ? builder.games.erase(node) : std::next(node);
     }
     MergeBook(builder.games, nodes);
     builder.games.clear();
+    if (!removed.empty()) WayKeeper(removed, nodes).Keep();
     return nodes;
 }

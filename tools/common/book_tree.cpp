@@ -14,9 +14,6 @@
 
 namespace {
 
-// A pawn that reaches the end becomes a queen: an entry has no room for another piece.
-bool FitsIntoBook(Move move) { return MovePromotion(move) == EMPTY || MovePromotion(move) == QUEEN; }
-
 // ---- Reading ----
 
 struct BookLine {
@@ -33,13 +30,13 @@ bool ParseBookLine(const std::string& words, BookLine& line, std::string& why) {
         line.entry.excluded = true;
     } else if (parts.size() != 3 || !ParseNumber(parts[1], 0, 254, line.entry.ours)
                || !ParseNumber(parts[2], 0, 254, line.entry.theirs)) {
-        why = "not a move with two numbers from 0 to 254, or with a single '-': " + words;
+        why = "not a move with two numbers from 0 to 254, or with a single '-': " + Shown(words);
         return false;
     }
     line.move = MoveOfWord(parts[0], why);
     if (line.move == 0) return false;
     if (!FitsIntoBook(line.move)) {
-        why = "a book knows promotions to a queen only: " + parts[0];
+        why = "a book knows promotions to a queen only: " + Shown(parts[0]);
         return false;
     }
     line.entry.from = uint8_t(MoveFrom(line.move));
@@ -108,6 +105,8 @@ private:
 
 }  // namespace
 
+bool FitsIntoBook(Move move) { return MovePromotion(move) == EMPTY || MovePromotion(move) == QUEEN; }
+
 int64_t ReadBookText(const std::string& text, const std::string& name, const FaultReport& report, BookNodes& nodes) {
     BookNodes read;
     SetInitialPosition();
@@ -117,8 +116,10 @@ int64_t ReadBookText(const std::string& text, const std::string& name, const Fau
     std::string line;
     for (size_t at = 0; NextLine(text, at, line);) {
         ++line_number;
+        line.resize(line.find_last_not_of(" \t") + 1);
         const size_t indentation = line.find_first_not_of(' ');
-        if (indentation == std::string::npos || line[indentation] == '#' || indentation > skipped) continue;
+        if (indentation == std::string::npos || line[line.find_first_not_of(" \t")] == '#' || indentation > skipped)
+            continue;
         skipped = std::string::npos;
         const auto refuse = [&](const std::string& why, size_t skip_below) {
             report(name + ":" + std::to_string(line_number) + ": " + why);
@@ -140,7 +141,7 @@ int64_t ReadBookText(const std::string& text, const std::string& name, const Fau
         const size_t moves_before = node.size();
         BookMove& entry = BookMoveOf(node, parsed.entry.from, parsed.entry.to);
         if (node.size() == moves_before) {
-            refuse("the position has this move already: " + line.substr(indentation), indentation);
+            refuse("the position has this move already: " + Shown(line.substr(indentation)), indentation);
             continue;
         }
         entry = parsed.entry;

@@ -10,8 +10,8 @@
 //    e5 20 20
 //   f4 -
 //
-// A position has its moves at one place, however often it is reached. Lines that begin with '#'
-// are comments.
+// A position has its moves at one place, however often it is reached. Lines that begin with '#',
+// also behind blanks, are comments.
 //
 // Everything here plays moves on the one board and leaves it at any position.
 #pragma once
@@ -21,6 +21,7 @@
 #include <functional>
 #include <string>
 
+#include "board/types.h"
 #include "book/book_writer.h"
 
 // What enters from games. Book text and book files enter as they stand.
@@ -54,16 +55,21 @@ struct BookBuilder {
     BookNodes books;  // as they stand
 };
 
+// A pawn that reaches the end becomes a queen: an entry has no room for another piece.
+bool FitsIntoBook(Move move);
+
 // Adds a file, of the kind that its name ends in: .pgn, .tsv, .txt, .book or .cvt. False, with the
 // reason, when it cannot be read; faults inside go to `report` and do not end the reading.
 bool AddBookSource(const std::string& path, BookBuilder& builder, std::string& error);
-// The book: games within the limits, moves played most first, merged with the books. Leaves the
-// builder without nodes.
+// The book: games within the limits, moves played most first, merged with the books. A move
+// outside the limits that alone leads to moves within them is excluded. Leaves the builder without
+// nodes, and the board at any position.
 BookNodes FinishBook(BookBuilder& builder);
 
 // Adds the moves of a book text. Returns the number of bad lines, which are reported and, with
 // all below them, skipped.
 int64_t ReadBookText(const std::string& text, const std::string& name, const FaultReport& report, BookNodes& nodes);
 // The text that ReadBookText() makes the same nodes of. What no legal moves from the start
-// position lead to is only counted, in a comment at the end.
+// position lead to is only counted, in a comment at the end; so are castling and captures en
+// passant that every way listed to their position forbids.
 std::string WriteBookText(const BookNodes& nodes);

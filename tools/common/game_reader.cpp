@@ -4,14 +4,32 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <iterator>
 
 #include "board/make_move.h"
 #include "board/notation.h"
 #include "board/position.h"
+#include "tools/common/text.h"
 
 namespace {
 
-bool IsResult(const std::string& word) { return word == "1-0" || word == "0-1" || word == "1/2-1/2" || word == "*"; }
+bool IsResult(const std::string& word) {
+    return word == "1-0" || word == "0-1" || word == "1/2-1/2" || word == "1/2" || word == "*";
+}
+
+// Judgements, novelty and diagram signs that stand alone.
+bool IsRemark(const std::string& word) {
+    static constexpr const char* Remarks[] = {"+-",  "-+",  "=",    "+=", "=+", "+/-",         "-/+",
+                                              "+/=", "=/+", "e.p.", "N",  "D",  "\xE2\x88\x9E"};  // the infinity sign
+    return std::strspn(word.c_str(), "!?") == word.size()
+        || std::any_of(std::begin(Remarks), std::end(Remarks), [&](const char* remark) { return word == remark; });
+}
+
+bool IsChess(const std::string& variant) {
+    static constexpr const char* Names[] = {"", "standard", "chess", "normal", "from position"};
+    const std::string name = LowerCase(variant);
+    return std::any_of(std::begin(Names), std::end(Names), [&](const char* chess) { return name == chess; });
+}
 
 // "12." and "12..." may stand alone or stick to the move.
 std::string WithoutNumber(const std::string& word) {
@@ -47,14 +65,31 @@ bool IsMoveShaped(const std::string& word) {
     return *c == '\0';
 }
 
+// Other ways to write a move: exd6e.p., e2-e4, e8/Q.
+std::string UsualForm(std::string word) {
+    const auto strip = [&] {
+        while (!word.empty() && IsIn(word.back(), "+#!?")) word.pop_back();
+    };
+    strip();
+    if (EndsWith(word, "e.p.") && word.find_first_of("x:") != std::string::npos) {
+        word.resize(word.size() - 4);
+        strip();
+    }
+    const size_t size = word.size(), dash = word.find('-');
+    if (size >= 2 && word[size - 2] == '/' && IsIn(word.back(), "QRBN")) word[size - 2] = '=';
+    if (dash != std::string::npos && dash >= 2 && dash + 1 < size && IsIn(word[dash - 2], "abcdefgh")
+        && IsIn(word[dash - 1], "12345678") && IsIn(word[dash + 1], "abcdefgh"))
+        word.erase(dash, 1);
+    return word;
+}
+
 }  // namespace
 
 Move MoveOfWord(const std::string& word, std::string& why) {
-    std::string san = word;
-    while (!san.empty() && std::strchr("+#!?", san.back()) != nullptr) san.pop_back();
+    const std::string san = UsualForm(word);
     int matches = 0;
     const Move move = IsMoveShaped(san) ? FindSan(san.c_str(), &matches) : 0;
-    why = (matches == 0 ? "no legal move: " : "ambiguous move: ") + word;
+    why = (matches == 0 ? "no legal move: " : "ambiguous move: ") + Shown(word);
     return matches == 1 ? move : 0;
 }
 
@@ -71,6 +106,15 @@ void GameReader::Step() {
 bool GameReader::AtGameStart() const {
     return Current() == '[' && (at == 0 || text[at - 1] == '\n')
         && text.compare(at, std::strlen(GameStart), GameStart) == 0;
+}
+
+// Is the tag here the first behind an empty line?
+bool GameReader::AfterEmptyLine() const {
+    size_t i = at;
+    int line_ends = 0;
+    for (; i > 0 && line_ends < 2 && std::isspace(static_cast<unsigned char>(text[i - 1])); --i)
+        line_ends += text[i - 1] == '\n';
+    return line_ends == 2;
 }
 
 // To behind the next `end`; false when the text or the game ends before.
@@ -108,7 +152,7 @@ void GameReader::ReadTag(ReadGame& game) {
     std::string name, value;
     Step();
     while (at < text.size() && std::strchr("\"]\n", Current()) == nullptr) {
-        if (Current() != ' ') name += Current();
+        if (!std::isspace(static_cast<unsigned char>(Current()))) name += Current();
         Step();
     }
     if (Current() == '"') {
@@ -128,6 +172,7 @@ void GameReader::ReadTag(ReadGame& game) {
     else if (name == "Black") game.black = value;
     else if (name == "WhiteElo") game.white_elo = value;
     else if (name == "BlackElo") game.black_elo = value;
+    else if (name == "Variant") game.variant = value;
 }
 
 std::string GameReader::ReadWord() {
@@ -137,13 +182,20 @@ std::string GameReader::ReadWord() {
         word += Current();
         Step();
     }
+    // A promotion e8(Q), that is no variation.
+    if (!word.empty() && IsIn(word.back(), "18") && text.size() - at > 2 && Current() == '('
+        && IsIn(text[at + 1], "QRBN") && text[at + 2] == ')') {
+        word += std::string("=") + text[at + 1];
+        at += 3;
+        word += ReadWord();  // check and judgement signs
+    }
     return word;
 }
 
 bool GameReader::Next(ReadGame& game) {
     game = ReadGame{};
     game.fen = StartFen;
-    bool in_tags = false, in_moves = false;
+    bool in_tags = false, in_moves = false, has_event = false;
     const auto begin = [&] {
         if (!in_tags && !in_moves) game.line = line;
     };
@@ -158,16 +210,21 @@ bool GameReader::Next(ReadGame& game) {
         in_moves = true;
         SetFen(game.fen.c_str());
         if (!IsPlayable()) fault("the start position cannot be played", game.line);
+        if (!IsChess(game.variant)) fault("no usual chess: " + Shown(game.variant), game.line);
     };
 
     std::string told;  // the result behind the moves
-    while (at < text.size() && told.empty()) {
+    int told_line = 0;
+    while (at < text.size()) {
         const char c = Current();
         const bool line_start = at == 0 || text[at - 1] == '\n';
         if (c == '[') {
-            if (in_moves) break;  // the game before ended without a result
+            // Without this the tags of a game without moves would go over to the one behind it.
+            const bool event = AtGameStart();
+            if (in_moves || (in_tags && ((event && has_event) || AfterEmptyLine()))) break;
             begin();
             in_tags = true;
+            has_event |= event;
             ReadTag(game);
         } else if (c == '{') {
             const int where = line;
@@ -184,15 +241,24 @@ bool GameReader::Next(ReadGame& game) {
             Step();
         } else {
             const int where = line;
+            const size_t word_at = at;
             const std::string word = ReadWord();
             if (IsResult(word)) {
                 start_moves();
-                told = word;
-                break;
+                // One behind the other without moves between them: whose would the second be?
+                if (!told.empty()) fault("two results: " + told + " and " + word, where);
+                else told = word;
+                told_line = where;
+                continue;
             }
             const std::string san = WithoutNumber(word);
+            if (san.empty() || IsRemark(san)) continue;
+            if (!told.empty()) {
+                at = word_at;  // the next game, without tags
+                break;
+            }
             start_moves();
-            if (san.empty() || !game.error.empty() || std::strspn(san.c_str(), "!?") == san.size()) continue;
+            if (!game.error.empty()) continue;
             std::string why;
             const Move move = MoveOfWord(san, why);
             if (move == 0) fault(why, where);
@@ -203,8 +269,10 @@ bool GameReader::Next(ReadGame& game) {
     if (!in_tags && !in_moves) return false;
     start_moves();
     if (!IsResult(game.result)) game.result = "*";
+    for (std::string* result : {&game.result, &told})
+        if (*result == "1/2") *result = "1/2-1/2";
     if (!told.empty() && told != "*") {
-        if (game.result != "*" && game.result != told) fault("two results: " + game.result + " and " + told, line);
+        if (game.result != "*" && game.result != told) fault("two results: " + game.result + " and " + told, told_line);
         game.result = told;
     }
     return true;

@@ -2,7 +2,9 @@
 //
 // Comments, variations, annotation glyphs and move numbers are passed over. Every move is
 // played on the board, so what is returned is legal. A line that begins with GameStart begins a
-// game even inside a comment: a brace that nobody closed must not swallow the games behind it.
+// game even inside a comment: a brace that nobody closed must not swallow the games behind it. In
+// tags a game begins with a second Event, or with a tag behind an empty line: what stood before it
+// is a game without moves.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +20,7 @@ struct ReadGame {
     std::string fen;          // of the start position
     std::string result;       // 1-0, 0-1, 1/2-1/2, or * when the game tells none
     std::string termination;  // the tags' values; empty without one
-    std::string white, black, white_elo, black_elo;
+    std::string white, black, white_elo, black_elo, variant;
     std::vector<Move> moves;
     std::string error;  // why the game is bad; empty for a good one
     int error_line = 0;
@@ -41,6 +43,7 @@ private:
     char Current() const { return at < text.size() ? text[at] : '\0'; }
     void Step();
     bool AtGameStart() const;
+    bool AfterEmptyLine() const;
     bool SkipUntil(char end);
     bool SkipVariation();
     void ReadTag(ReadGame& game);

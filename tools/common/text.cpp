@@ -2,7 +2,46 @@
 #include "tools/common/text.h"
 
 #include <algorithm>
+#include <cctype>
+#include <cerrno>
 #include <filesystem>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A file that is about to take another one's place.
+struct NewFile {
+    fs::path target, temporary;
+    std::FILE* file = nullptr;
+};
+
+// Opens a file beside the one that `path` leads to, so that the links on the way stay what they
+// are, with that one's rights. The name is new: a file of this name may be somebody's. No file
+// and the reason when there is something else than a regular file, or no room for a new one.
+NewFile OpenNewFile(const std::string& path, std::string& why) {
+    NewFile opened;
+    std::error_code error;
+    opened.target = path;
+    for (int links = 0; fs::is_symlink(opened.target, error) && links < 40; ++links)
+        opened.target = opened.target.parent_path() / fs::read_symlink(opened.target, error);
+    const fs::file_status old = fs::status(opened.target, error);
+    if ((fs::exists(old) && !fs::is_regular_file(old)) || fs::is_symlink(opened.target, error)) {
+        why = "is no regular file";
+        return opened;
+    }
+    for (int number = 0; opened.file == nullptr && number < 1000; ++number) {
+        opened.temporary = opened.target;
+        opened.temporary += ".new" + (number == 0 ? "" : std::to_string(number));
+        opened.file = std::fopen(opened.temporary.c_str(), "wbx");
+        if (opened.file == nullptr && errno != EEXIST) break;
+    }
+    if (opened.file == nullptr) why = "cannot be written";
+    else if (fs::exists(old)) fs::permissions(opened.temporary, old.permissions(), error);
+    return opened;
+}
+
+}  // namespace
 
 bool ReadStream(std::FILE* file, std::string& text) {
     text.clear();
@@ -20,28 +59,41 @@ bool ReadWholeFile(const std::string& path, std::string& text) {
 }
 
 bool ReplaceFile(const std::string& path, const std::string& text) {
-    const std::string temporary = path + ".new";
-    std::FILE* file = std::fopen(temporary.c_str(), "wb");
-    if (!file) return false;
-    const bool written = std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    if (std::fclose(file) == 0 && written && std::rename(temporary.c_str(), path.c_str()) == 0) return true;
-    std::remove(temporary.c_str());
+    std::string why;
+    const NewFile made = OpenNewFile(path, why);
+    if (made.file == nullptr) return false;
+    const bool written = std::fwrite(text.data(), 1, text.size(), made.file) == text.size();
+    if (std::fclose(made.file) == 0 && written && std::rename(made.temporary.c_str(), made.target.c_str()) == 0)
+        return true;
+    std::remove(made.temporary.c_str());
     return false;
 }
 
-bool CanReplaceFile(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) return false;
-    const std::string temporary = path + ".new";
-    std::FILE* file = std::fopen(temporary.c_str(), "wb");
-    if (!file) return false;
-    std::fclose(file);
-    std::remove(temporary.c_str());
+bool CanReplaceFile(const std::string& path, std::string* why) {
+    std::string reason;
+    const NewFile made = OpenNewFile(path, reason);
+    if (why != nullptr) *why = reason;
+    if (made.file == nullptr) return false;
+    std::fclose(made.file);
+    std::remove(made.temporary.c_str());
     return true;
 }
 
 bool EndsWith(const std::string& text, const std::string& end) {
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+std::string LowerCase(std::string text) {
+    for (char& c : text) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
+
+std::string Shown(const std::string& text) {
+    constexpr size_t MostShown = 40;
+    std::string shown = text.substr(0, MostShown);
+    for (char& c : shown)
+        if (std::iscntrl(static_cast<unsigned char>(c))) c = '?';
+    return shown + (text.size() > MostShown ? "..." : "");
 }
 
 bool NextLine(const std::string& text, size_t& at, std::string& line) {

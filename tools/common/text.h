@@ -13,12 +13,17 @@
 bool ReadStream(std::FILE* file, std::string& text);
 bool ReadWholeFile(const std::string& path, std::string& text);
 
-// The file gets this text as a whole or stays as it was: the text is written beside it first.
+// The file gets this text as a whole or stays as it was: the text is written beside it first. It
+// keeps its rights, and links to it stay links. What is no regular file is left alone: false.
 bool ReplaceFile(const std::string& path, const std::string& text);
-// Would ReplaceFile() succeed, as far as one can tell before? Leaves the file alone.
-bool CanReplaceFile(const std::string& path);
+// Would ReplaceFile() succeed, as far as one can tell before? Leaves the file alone. `why` gets the
+// reason against it, to stand behind the name.
+bool CanReplaceFile(const std::string& path, std::string* why = nullptr);
 
 bool EndsWith(const std::string& text, const std::string& end);
+std::string LowerCase(std::string text);
+// Text of a file in a message: the first 40 bytes, control characters as '?'.
+std::string Shown(const std::string& text);
 // The line that begins at `at`, which moves behind it; line ends of both kinds are cut off. False
 // at the end of the text.
 bool NextLine(const std::string& text, size_t& at, std::string& line);
