@@ -113,7 +113,7 @@ int ReadSanToken(std::FILE* file) {
     int length = 0;
     san_token.text[0] = '\0';
     for (;;) {
-        const int c = std::getc(file);
+        const int c = san_token.end = std::getc(file);
         // A last move without a line end after it is still a token.
         if (c == EOF) return length == 0;
         if (!IsSanCharacter(c)) return 0;

@@ -20,9 +20,11 @@ bool LooksLikeMove(const char* text);
 // space or the end, else 0.
 Move ParseCoordinate(const char* text);
 
-// The SAN reader's state: one token and the error flag that stays until it is cleared.
+// The SAN reader's state: one token, the character behind it (EOF at the end of the file) and the
+// error flag that stays until it is cleared.
 struct SanToken {
     char text[16];
+    int end;
     bool error;
 };
 extern SanToken san_token;

@@ -26,6 +26,7 @@
 #include "driver/game_state.h"
 #include "driver/input.h"
 #include "driver/startup.h"
+#include "driver/tuning.h"
 #include "driver/uci.h"
 #include "driver/words.h"
 #include "eval/evaluate.h"
@@ -220,6 +221,8 @@ void Reload() {
     RebuildEvaluation();
 }
 
+void RunSelfTest() { SelfTest(); }
+
 void Terminate() { terminate(0); }
 
 // ---- The table ----
@@ -240,7 +243,7 @@ constexpr Command commands[] = {
     {"edit", EditBoard, Board_, NewPosition},
     {"loadfen", LoadFen, Board_, NewPosition},
     {"epdevl", EvaluateEpd, Board_, false},
-    {"selftest", SelfTest, Board_, false},
+    {"selftest", RunSelfTest, Board_, false},
     {"tunenew", TuneParameters, Board_, false},
     {"nopost", NoPost, Idle, false},
     {"perft", PerftCommand, Board_, false},

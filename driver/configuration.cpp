@@ -3,13 +3,12 @@
 // One "Key = value" a line; "=" may be a space or a comma as well. A line that begins with ";"
 // is a comment. Every key is one row of the table below. Sizes only set numbers here; the
 // tables are allocated afterwards. A value out of range falls back to a fixed one, not to what
-// an earlier line set.
+// an earlier line set. data/Corvantis.ini.sample and README.md explain the keys to users.
 //
 // State: the number of the line being read.
 #include "driver/configuration.h"
 
 #include <cstdio>
-#include <cstring>
 
 #include "board/console.h"
 #include "board/settings.h"
@@ -22,7 +21,7 @@
 namespace {
 
 constexpr const char* Separators = " =\r\n,\"";
-constexpr int LineBytes = 250;
+constexpr int LineBytes = 250;  // a zero behind the line included
 
 int line_number;
 
@@ -146,12 +145,9 @@ void BookLearningModeKey() {
 void EGTBPathKey() { SetTablebasePath(command_line + WordStart(1)); }
 void OpeningsBookKey() { open_book(command_line + WordStart(1)); }
 
-struct Key {
-    const char* name;
-    void (*apply)();
-};
-// In the order of matching.
-constexpr Key keys[] = {
+}  // namespace
+
+const ConfigurationKey configuration_keys[ConfigurationKeyCount] = {
     {"TranspositionSizeMb", TranspositionMegabytes},
     {"TranspositionSize", TranspositionPower},
     {"ResignValue", ResignValueKey},
@@ -178,12 +174,24 @@ constexpr Key keys[] = {
     {"LogLearningIntoFile", LogLearningKey},
 };
 
+namespace {
+
+// The next line without its end into command_line. What is too long is cut: the end of a line is no
+// line of its own. By hand, since the library's reader hides how far it got behind a zero byte.
+bool ReadLine(std::FILE* file) {
+    int length = 0, c;
+    while ((c = std::getc(file)) != EOF && c != '\n')
+        if (length < LineBytes - 1) command_line[length++] = char(c);
+    command_line[length] = '\0';
+    return c != EOF || length > 0;
+}
+
 void ApplyLine() {
     if (command_line[0] == '\0' || command_line[0] == ';') return;
     for (char* c = command_line; *c != '\0'; ++c)
         if (static_cast<unsigned char>(*c) < ' ') *c = '\0';
     if (SplitWords(command_line, Separators) < 2) return;
-    for (const Key& key : keys) {
+    for (const ConfigurationKey& key : configuration_keys) {
         if (!KeywordMatches(key.name, command_line)) continue;
         key.apply();
         return;
@@ -196,11 +204,8 @@ void ReadConfiguration(const char* file_name) {
     std::FILE* file = std::fopen(file_name, "r");
     if (file == nullptr) return;
     line_number = 0;
-    while (std::fgets(command_line, LineBytes, file) != nullptr) {
+    while (ReadLine(file)) {
         ++line_number;
-        // The end of a line that is too long is no line of its own.
-        if (std::strchr(command_line, '\n') == nullptr)
-            for (int c; (c = std::getc(file)) != EOF && c != '\n';) {}
         ApplyLine();
     }
     std::fclose(file);

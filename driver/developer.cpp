@@ -17,6 +17,7 @@
 #include "driver/game_state.h"
 #include "driver/input.h"
 #include "driver/input_platform.h"
+#include "driver/measure.h"
 #include "driver/search_input.h"
 #include "driver/words.h"
 #include "eval/evaluate.h"
@@ -25,7 +26,9 @@
 
 namespace {
 
-constexpr const char* DefaultPgn = "games.pgn";
+constexpr const char* EvaluationsFile = "out.epd";
+constexpr size_t MostLine = 65536;
+constexpr int LinesPerPoll = 256;
 
 // Trees below this depth are counted without looking for input: some ten milliseconds.
 constexpr int PerftPollDepth = 4;
@@ -59,7 +62,12 @@ void HoldWaitingInput() {
 }
 
 bool Interrupted() {
-    if (SignalWaits()) return TakeSignal() != Signal::None;
+    if (SignalWaits()) {
+        if (TakeSignal() == Signal::Terminate) exit_hook(0);
+        return true;
+    }
+    // Nobody is left to stop it, nor to read what it prints.
+    if (input_ended && OutputReaderGone()) return true;
     while (RoomToHold() && input_available()) {
         if (!LineBuffered() && !read_input()) return false;
         if (!CutLine()) return false;  // half a line
@@ -82,43 +90,65 @@ void PerftCommand() {
     Print("total moves = %" PRIu64 " time = %.2f\n", leaves, double(NowCentiseconds() - start) / 100);
 }
 
+// The next line without its end, of any length. False at the end of the file.
+static bool ReadLine(std::FILE* file, std::string& line) {
+    line.clear();
+    int c;
+    while ((c = std::getc(file)) != EOF && c != '\n')
+        if (line.size() < MostLine) line += char(c);
+    while (!line.empty() && line.back() == '\r') line.pop_back();
+    return c != EOF || !line.empty();
+}
+
 void EvaluateEpd() {
     if (word_count < 2) return;
     const std::string name = RestOfLine(1);
-    std::FILE* input = std::fopen(name.c_str(), "r");
+    std::FILE* input = std::fopen(name.c_str(), "rb");
+    // A folder can be opened, but not read.
+    if (input != nullptr && std::ungetc(std::getc(input), input) == EOF && std::ferror(input)) {
+        std::fclose(input);
+        input = nullptr;
+    }
     if (input == nullptr) {
         Print("Error opening file %s...\n", name.c_str());
         return;
     }
-    std::FILE* output = std::fopen("out.epd", "w");
-    char line[1024];
-    while (output != nullptr && std::fgets(line, sizeof line, input) != nullptr) {
-        line[std::strcspn(line, "\r\n")] = '\0';
-        if (*SkipSpaces(line) == '\0') continue;
-        SetFen(line);
-        SetEvaluationRoot(SideToMove());
+    std::FILE* output = std::fopen(EvaluationsFile, "w");
+    if (output == nullptr) {
+        Print("Error opening file %s...\n", EvaluationsFile);
+        std::fclose(input);
+        return;
+    }
+    HoldWaitingInput();
+    const Colour root_side = evaluation_root_side;
+    bool written = true, interrupted = false;
+    int count = 0;
+    for (std::string line; written && !interrupted && ReadLine(input, line);) {
+        if (*SkipSpaces(line.c_str()) == '\0') continue;
+        SetFen(line.c_str());
+        evaluation_root_side = SideToMove();
         int score = NotEvaluated;
         EvaluatePosition(score);
-        std::fprintf(output, "%s;%d\n", line, score);
+        written = std::fprintf(output, "%s;%d\n", line.c_str(), score) > 0;
+        interrupted = ++count % LinesPerPoll == 0 && Interrupted();
     }
-    if (output != nullptr) std::fclose(output);
+    evaluation_root_side = root_side;
+    if (std::fclose(output) != 0 || !written) Print("Error writing file %s...\n", EvaluationsFile);
     std::fclose(input);
     // The last position of the file stays on the board.
     PositionReplaced();
 }
 
 void EvaluatePgn() {
-    std::FILE* file = std::fopen(DefaultPgn, "r");
-    if (file == nullptr) {
-        Print("Error opening file %s...\n", DefaultPgn);
-        return;
-    }
-    std::fclose(file);
+    HoldWaitingInput();
+    int hits;
+    MeasureGames(true, &hits);
 }
 
-void SelfTest() {
+int SelfTest() {
+    HoldWaitingInput();
     RebuildEvaluation();
-    EvaluatePgn();
+    int hits;
+    MeasureGames(false, &hits);
+    return hits;
 }
-
-void TuneParameters() { EvaluatePgn(); }

@@ -1,15 +1,14 @@
 // developer.h - commands for the engine's authors.
 #pragma once
 
-void PerftCommand();    // "perft DEPTH"
-void EvaluateEpd();     // "epdevl FILE": static evaluations into "out.epd"
-void EvaluatePgn();     // "pgneval": how often the evaluation agrees with the moves of games
-void SelfTest();        // "selftest": the same with freshly built tables
-void TuneParameters();  // "tunenew"
+void PerftCommand();  // "perft DEPTH"
+void EvaluateEpd();   // "epdevl FILE": static evaluations into "out.epd"
+void EvaluatePgn();   // "pgneval": how often the evaluation agrees with the moves of games
+int SelfTest();       // "selftest": the same with freshly built tables, without the table; its hits
 
 // Holds back the lines that have arrived already: they belong to a script that wants this
 // command's answer, a "quit" at its end included.
 void HoldWaitingInput();
-// True when a line that is meant to stop things ("stop", "?", "exit", or a line
-// that begins with q) has come since; other lines are held for later.
+// True when a line that is meant to stop things ("stop", "?", "exit", or a line that begins with q)
+// has come since, or nobody is left at either end; other lines are held for later.
 bool Interrupted();

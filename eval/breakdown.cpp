@@ -1,4 +1,4 @@
-// breakdown.cpp - the console's picture of one evaluation.
+// breakdown.cpp - one evaluation in figures, and the console's picture of it.
 #include <algorithm>
 
 #include "board/console.h"
@@ -16,45 +16,60 @@ void PrintFileMask(int mask) {
     for (int f = 0; f < 8; ++f) Print("%c", mask >> f & 1 ? '1' : '.');
 }
 
-int AttackValue(Colour attacker) {
-    const EvalInfo& info = thread_eval_info;
-    const int danger = std::min(info.danger[attacker] + DangerOffset, 127);
-    return (DangerCurve[danger] * ShelterScale[info.shelter_penalty[ChangeSide(attacker)]]) >> 4;
+int AttackValue(const EvaluationFigures& figures, Colour attacker) {
+    const int danger = std::min(figures.danger[attacker] + DangerOffset, 127);
+    return (DangerCurve[danger] * ShelterScale[figures.shelter_penalty[ChangeSide(attacker)]]) >> 4;
 }
 
 }  // namespace
 
-void PrintEvaluation() {
-    const Colour us = SideToMove(), them = ChangeSide(us);
+EvaluationFigures EvaluateInFigures(Colour root) {
     const Colour root_side = evaluation_root_side;
-    evaluation_root_side = us;
-    int result = NotEvaluated;
-    EvaluatePosition(result);
+    evaluation_root_side = root;
+    EvaluationFigures figures;
+    figures.score = NotEvaluated;
+    EvaluatePosition(figures.score);
     evaluation_root_side = root_side;
     ProbePawns<false>();  // exact endings stop before they ask for it
 
     const EvalInfo& info = thread_eval_info;
-    Print("Heuristic = %d\n", result);
+    figures.material = info.material;
+    figures.current_phase = info.current_phase;
+    figures.opening = info.OpeningScore;
+    figures.endgame = info.EndgameScore;
+    for (const Colour c : {WHITE, BLACK}) {
+        figures.phase[c] = info.phase[c];
+        figures.danger[c] = info.danger[c];
+        figures.shelter_penalty[c] = info.shelter_penalty[c];
+        for (int wing = 0; wing < 2; ++wing) figures.defects[c][wing] = info.pawn.defects[c][wing];
+        figures.passed[c] = info.pawn.Passed(c);
+        figures.ending[c] = Ending(c);
+    }
+    return figures;
+}
+
+void PrintEvaluation() {
+    const Colour us = SideToMove(), them = ChangeSide(us);
+    const EvaluationFigures f = EvaluateInFigures(us);
+    Print("Heuristic = %d\n", f.score);
     Print("PassedVector[BLACK] = ");
-    PrintFileMask(info.pawn.passed_black);
+    PrintFileMask(f.passed[BLACK]);
     Print(" PassedVector[WHITE] = ");
-    PrintFileMask(info.pawn.passed_white);
+    PrintFileMask(f.passed[WHITE]);
     Print("\n");
-    Print("current_phase = %d, black_phase = %d, white_phase = %d\n", info.current_phase, info.phase[BLACK],
-          info.phase[WHITE]);
+    Print("current_phase = %d, black_phase = %d, white_phase = %d\n", f.current_phase, f.phase[BLACK], f.phase[WHITE]);
     Print("Material[WHITE] = %d thread_board.Material[BLACK] = %d EvaluateMaterial() = %d\n",
-          thread_board.Material[WHITE], thread_board.Material[BLACK], info.material);
-    Print("ENDING(WHITE) = %d ENDING(BLACK) = %d\n", Ending(WHITE), Ending(BLACK));
-    Print("black_defects_k = %d black_defects_q = %d white_defects_k = %d white_defects_q = %d\n",
-          info.pawn.defects[BLACK][0], info.pawn.defects[BLACK][1], info.pawn.defects[WHITE][0],
-          info.pawn.defects[WHITE][1]);
+          thread_board.Material[WHITE], thread_board.Material[BLACK], f.material);
+    Print("ENDING(WHITE) = %d ENDING(BLACK) = %d\n", f.ending[WHITE], f.ending[BLACK]);
+    Print("black_defects_k = %d black_defects_q = %d white_defects_k = %d white_defects_q = %d\n", f.defects[BLACK][0],
+          f.defects[BLACK][1], f.defects[WHITE][0], f.defects[WHITE][1]);
     Print("thread_eval_info.shelter_penalty[BLACK] = %d thread_eval_info.shelter_penalty[WHITE] = %d\n",
-          info.shelter_penalty[BLACK], info.shelter_penalty[WHITE]);
-    Print("thread_eval_info.danger[BLACK] = %d thread_eval_info.danger[WHITE] = %d\n", info.danger[BLACK],
-          info.danger[WHITE]);
-    Print("Attacks[ChangeSide(thread_board.SideToMove)] = %d\n", AttackValue(us));
-    Print("Attacks[thread_board.SideToMove] = %d\n", AttackValue(them));
-    Print("Shelter[BLACK] = %d Shelter[WHITE] = %d\n", ShelterCurve[info.shelter_penalty[BLACK]],
-          ShelterCurve[info.shelter_penalty[WHITE]]);
-    Print("Dng = %d\n", AttackValue(us) + ShelterCurve[info.shelter_penalty[them]]);
+          f.shelter_penalty[BLACK], f.shelter_penalty[WHITE]);
+    Print("thread_eval_info.danger[BLACK] = %d thread_eval_info.danger[WHITE] = %d\n", f.danger[BLACK],
+          f.danger[WHITE]);
+    Print("Attacks[ChangeSide(thread_board.SideToMove)] = %d\n", AttackValue(f, us));
+    Print("Attacks[thread_board.SideToMove] = %d\n", AttackValue(f, them));
+    Print("Shelter[BLACK] = %d Shelter[WHITE] = %d\n", ShelterCurve[f.shelter_penalty[BLACK]],
+          ShelterCurve[f.shelter_penalty[WHITE]]);
+    Print("Dng = %d\n", AttackValue(f, us) + ShelterCurve[f.shelter_penalty[them]]);
 }

@@ -173,6 +173,11 @@ bool EvaluateLowMaterial() {
     }
     info.material = p.Material[BLACK] - p.Material[WHITE] + record.correction;
     info.accumulator = 0;
+    // Set up by hand: what follows counts on one king a side.
+    if (p.PieceCount[KING][WHITE] != 1 || p.PieceCount[KING][BLACK] != 1) {
+        info.accumulator = info.material;
+        return true;
+    }
     if (info.cannot_win[WHITE] && info.cannot_win[BLACK]) return true;
 
     if (p.piece_total == 3 && p.PieceCount[PAWN][WHITE] + p.PieceCount[PAWN][BLACK] == 1) return KingPawnKing();

@@ -14,6 +14,21 @@ void EvaluatePosition(int& result);
 // The console's breakdown of one EvaluatePosition() call.
 void PrintEvaluation();
 
+// One EvaluatePosition() call in figures.
+struct EvaluationFigures {
+    int score;                    // side to move's view
+    int material;                 // EvaluateMaterial(), Black's view
+    int current_phase, phase[2];  // 0 all pieces .. 256 none; of both, and [colour]
+    int opening, endgame;         // the sums of both halves, Black's view
+    int danger[2];                // [attacking colour]
+    int shelter_penalty[2];       // [colour of the king]
+    int defects[2][2];            // [colour][king side, queen side] of the shelter
+    int passed[2];                // [colour] files with a passed pawn, file a is bit 0
+    int ending[2];                // [colour] 1: this king need not hide any more
+};
+// `root` is the side whose king the style settings take for the engine's own.
+EvaluationFigures EvaluateInFigures(Colour root);
+
 // How far pawns of `c` about to promote make the material balance unreliable: 100 centipawns
 // with one on its seventh rank, 50 with one on its sixth, else 0.
 int AdvancedPawnAllowance(Colour c);

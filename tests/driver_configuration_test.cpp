@@ -1,15 +1,19 @@
 // driver_configuration_test.cpp - the settings file: keys, separators, ranges, warnings.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "board/console.h"
 #include "board/settings.h"
 #include "driver/configuration.h"
+#include "driver/startup.h"
 #include "driver/words.h"
 #include "tests/support/engine_environment.h"
 
@@ -165,6 +169,9 @@ TEST_F(Configuration, Lines) {
               Warning(3, "Token unknown \"no\""))
         << "the tail of a long comment is no setting, and no line";
     EXPECT_EQ(ResignTimes, 5);
+    EXPECT_EQ(Read(std::string("Pondering\0= off\nPondering = no\n", 31) + std::string(70000, 'x') + "\nUseEGTB no"),
+              Warning(2, "Token unknown \"no\"") + Warning(4, "Token unknown \"no\""))
+        << "a zero byte ends a line, but not the next one's; neither does a very long line";
 }
 
 TEST_F(Configuration, PathsAreTakenAsTheyStand) {
@@ -186,6 +193,122 @@ TEST_F(Configuration, NoFileIsNoError) {
     ReadConfiguration("/no/such/folder/Corvantis.ini");
     Flush();
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+}
+
+// ---- What users read about the keys ----
+
+std::vector<std::string> LinesOf(const char* name) {
+    std::ifstream file(std::string(CORVANTIS_SOURCE_DIR) + "/" + name);
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(file, line);) lines.push_back(line);
+    return lines;
+}
+
+struct Explained {
+    std::string key, range, value;
+};
+
+// The sample's keys: a line "; Range: ..." and the key as a remark.
+std::vector<Explained> SampleKeys() {
+    std::vector<Explained> keys;
+    std::string range;
+    for (const std::string& line : LinesOf("driver/data/Corvantis.ini.sample")) {
+        const size_t equals = line.find(" = ");
+        if (line.rfind("; Range: ", 0) == 0) range = line.substr(9);
+        else if (line.size() > 1 && line[0] == ';' && line[1] != ' ' && equals != std::string::npos)
+            keys.push_back({line.substr(1, equals - 1), range, line.substr(equals + 3)});
+    }
+    return keys;
+}
+
+std::string Settings() {
+    ::testing::internal::CaptureStdout();
+    PrintSettings();
+    Flush();
+    return ::testing::internal::GetCapturedStdout();
+}
+
+TEST_F(Configuration, SampleFileTellsKeysRangesAndDefaults) {
+    const auto keys = SampleKeys();
+    ASSERT_EQ(keys.size(), size_t(ConfigurationKeyCount));
+    const std::string defaults = Settings();
+    const auto accepted = [this](const std::string& line) { return Read(line).find("WARNING") == std::string::npos; };
+    for (int i = 0; i < ConfigurationKeyCount; ++i) {
+        const Explained& k = keys[size_t(i)];
+        SCOPED_TRACE(k.key);
+        EXPECT_EQ(k.key, configuration_keys[i].name);
+        EXPECT_TRUE(accepted(k.key + " = " + k.value));
+        EXPECT_EQ(Settings(), defaults) << "the line in the sample is the default";
+        const size_t dots = k.range.find("..");
+        if (dots != std::string::npos) {
+            const int low = std::stoi(k.range), high = std::stoi(k.range.substr(dots + 2));
+            EXPECT_TRUE(accepted(k.key + " = " + std::to_string(low)));
+            EXPECT_TRUE(accepted(k.key + " = " + std::to_string(high)));
+            EXPECT_FALSE(accepted(k.key + " = " + std::to_string(low - 1)));
+            EXPECT_FALSE(accepted(k.key + " = " + std::to_string(high + 1)));
+        } else if (const size_t comma = k.range.find(", "); comma != std::string::npos) {
+            EXPECT_TRUE(accepted(k.key + " = " + k.range.substr(0, comma)));
+            EXPECT_TRUE(accepted(k.key + " = " + k.range.substr(comma + 2)));
+            EXPECT_FALSE(accepted(k.key + " = maybe"));
+        } else {
+            EXPECT_TRUE(k.range == "any" || k.range == "path") << k.range;
+        }
+        SetDefaults();
+    }
+    // As it is, the file changes nothing.
+    std::string sample;
+    for (const std::string& line : LinesOf("driver/data/Corvantis.ini.sample")) {
+        EXPECT_LT(line.size(), 250u) << line;
+        sample += line + "\n";
+    }
+    EXPECT_EQ(Read(sample), "");
+    EXPECT_EQ(Settings(), defaults);
+}
+
+TEST_F(Configuration, ReadmeNamesEveryKey) {
+    const std::vector<std::string> readme = LinesOf("README.md");
+    for (const Explained& k : SampleKeys()) {
+        const std::string cells = " | " + k.range + " | " + k.value + " | `" + k.key + "` | ";
+        EXPECT_TRUE(std::any_of(readme.begin(), readme.end(),
+                                [&](const std::string& line) { return line.find(cells) != std::string::npos; }))
+            << "no row of the table of settings has" << cells;
+    }
+}
+
+// A million lines of keys, numbers and junk, a thousand a file.
+TEST_F(Configuration, RandomFilesLeaveSettingsInRange) {
+    const char* const separators[] = {" = ", "=", " ", ",", "\t", "\"", " =\"", "", "  ,= "};
+    const char* const values[] = {"on",   "off", "true", "fal", "o",   "discover",
+                                  "kill", "x",   "-",    "+7",  "1e9", "\xff\xfe"};
+    std::mt19937 random(1);
+    const auto pick = [&random](int count) { return int(random() % unsigned(count)); };
+    for (int round = 0; round < 1000; ++round) {
+        std::string text;
+        for (int i = 0; i < 1000; ++i) {
+            const std::string key = configuration_keys[pick(ConfigurationKeyCount)].name;
+            // Opening thousands of books is another test's business, and slow.
+            if (key != "OpeningsBook") text += pick(20) ? key : key.substr(size_t(pick(4)));
+            text += separators[pick(pick(4) ? 2 : int(std::size(separators)))];
+            if (pick(3) == 0) text += values[pick(int(std::size(values)))];
+            else if (pick(3)) text += std::to_string(pick(600) - 150);
+            else text += std::to_string(int64_t(random() >> 1) * int64_t(random() >> 1)).insert(0, pick(2) ? "-" : "");
+            for (int junk = pick(10) ? 0 : pick(300); junk > 0; --junk) text += char(random());
+            text += pick(10) ? "\n" : "\r\n";
+        }
+        Read(text);
+        ASSERT_LE(TranspositionSize, 1073741824u / TranspositionEntryBytes) << "round " << round;
+        ASSERT_LE(PawnHashSize, 1073741824u / PawnHashEntryBytes);
+        ASSERT_TRUE(EGTBHashSize >= 1048576 && EGTBHashSize <= 134217728) << EGTBHashSize;
+        for (const int percent : {Aggressivity, Cowardice}) ASSERT_TRUE(percent >= 0 && percent <= 300) << percent;
+        ASSERT_EQ(AggressivityHalf, Aggressivity / 2);
+        ASSERT_EQ(CowardiceHalf, Cowardice / 2);
+        ASSERT_TRUE(VarietyOfPlay >= 0 && VarietyOfPlay <= 100) << VarietyOfPlay;
+        for (const int flag : {UseLearning, UseBookLearning, Pondering, PonderSwitch, UseEGTB, UseLearningData,
+                               UseBookWeights, LogLearningIntoFile, BookLearningMode})
+            ASSERT_TRUE(flag == 0 || flag == 1) << flag;
+        ASSERT_LT(std::strlen(EGTBPath), 250u);
+        ASSERT_FALSE(Pondering == 0 && PonderSwitch == 1);
+    }
 }
 
 }  // namespace

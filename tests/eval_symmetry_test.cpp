@@ -158,6 +158,7 @@ TEST_F(EvaluationSymmetry, OddSetUpsStayInRange) {
         "P7/8/8/8/8/8/8/K6k w - - 0 1",
         "rrrrrrrr/rrrrrrrr/8/8/8/8/bbbbbbbb/kK6 b - - 0 1",
         "4k3/PPPPPPPP/PP6/8/8/8/8/4K2B w - - 0 1",
+        "8/8/8/3pNBN1/8/8/8/8 w - - 0 1",
     };
     for (const char* fen : fens) {
         for (const std::string& text : {std::string(fen), ColourFlipped(fen)}) {
