@@ -9,6 +9,7 @@
 #include "driver/configuration.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "board/console.h"
 #include "board/settings.h"
@@ -21,7 +22,8 @@
 namespace {
 
 constexpr const char* Separators = " =\r\n,\"";
-constexpr int LineBytes = 250;  // a zero behind the line included
+constexpr int LineBytes = 250;                         // a zero behind the line included
+constexpr const char* ByteOrderMark = "\xEF\xBB\xBF";  // editors put it before the first line
 
 int line_number;
 
@@ -187,6 +189,8 @@ bool ReadLine(std::FILE* file) {
 }
 
 void ApplyLine() {
+    if (line_number == 1 && std::strncmp(command_line, ByteOrderMark, 3) == 0)
+        std::memmove(command_line, command_line + 3, std::strlen(command_line + 3) + 1);
     if (command_line[0] == '\0' || command_line[0] == ';') return;
     for (char* c = command_line; *c != '\0'; ++c)
         if (static_cast<unsigned char>(*c) < ' ') *c = '\0';

@@ -6,6 +6,7 @@
 #include <cinttypes>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <string>
 
 #include "board/console.h"
@@ -14,11 +15,11 @@
 #include "board/perft.h"
 #include "board/position.h"
 #include "driver/commands.h"
+#include "driver/game_file.h"
 #include "driver/game_state.h"
 #include "driver/input.h"
 #include "driver/input_platform.h"
 #include "driver/measure.h"
-#include "driver/search_input.h"
 #include "driver/words.h"
 #include "eval/evaluate.h"
 #include "eval/parameters.h"
@@ -27,6 +28,8 @@
 namespace {
 
 constexpr const char* EvaluationsFile = "out.epd";
+// Takes the name above when it is complete, so that a file can be evaluated into itself.
+constexpr const char* UnfinishedEvaluations = "out.epd.tmp";
 constexpr size_t MostLine = 65536;
 constexpr int LinesPerPoll = 256;
 
@@ -52,6 +55,13 @@ uint64_t InterruptiblePerft(int depth, bool* interrupted) {
     return leaves;
 }
 
+// Whole words: a search gives way to abbreviations, but here a slip would cost hours.
+bool EndsCommand(const char* line) {
+    return IsFirstWord("stop", line) || IsFirstWord("exit", line) || IsFirstWord("?", line);
+}
+
+bool IsQuit(const char* line) { return KeywordMatches("q", line); }
+
 }  // namespace
 
 void HoldWaitingInput() {
@@ -68,13 +78,14 @@ bool Interrupted() {
     }
     // Nobody is left to stop it, nor to read what it prints.
     if (input_ended && OutputReaderGone()) return true;
-    while (RoomToHold() && input_available()) {
+    while (input_available()) {
+        // What comes next could be a "stop" and would never be read.
+        if (!RoomToHold()) return true;
         if (!LineBuffered() && !read_input()) return false;
         if (!CutLine()) return false;  // half a line
-        const SearchInput meaning = ClassifySearchInput(command_line);
-        if (meaning == SearchInput::Quit) HoldCommandLine();
-        if (meaning == SearchInput::Quit || meaning == SearchInput::Stop || meaning == SearchInput::Exit) return true;
+        if (EndsCommand(command_line)) return true;
         HoldCommandLine();
+        if (IsQuit(command_line)) return true;
     }
     return false;
 }
@@ -102,18 +113,14 @@ static bool ReadLine(std::FILE* file, std::string& line) {
 
 void EvaluateEpd() {
     if (word_count < 2) return;
-    const std::string name = RestOfLine(1);
-    std::FILE* input = std::fopen(name.c_str(), "rb");
-    // A folder can be opened, but not read.
-    if (input != nullptr && std::ungetc(std::getc(input), input) == EOF && std::ferror(input)) {
-        std::fclose(input);
-        input = nullptr;
-    }
+    std::string name = RestOfLine(1);
+    name.erase(name.find_last_not_of(' ') + 1);
+    std::FILE* input = OpenRegularFile(name.c_str());
     if (input == nullptr) {
         Print("Error opening file %s...\n", name.c_str());
         return;
     }
-    std::FILE* output = std::fopen(EvaluationsFile, "w");
+    std::FILE* output = std::fopen(UnfinishedEvaluations, "w");
     if (output == nullptr) {
         Print("Error opening file %s...\n", EvaluationsFile);
         std::fclose(input);
@@ -124,7 +131,7 @@ void EvaluateEpd() {
     bool written = true, interrupted = false;
     int count = 0;
     for (std::string line; written && !interrupted && ReadLine(input, line);) {
-        if (*SkipSpaces(line.c_str()) == '\0') continue;
+        if (line.find_first_not_of(" \t") == std::string::npos) continue;
         SetFen(line.c_str());
         evaluation_root_side = SideToMove();
         int score = NotEvaluated;
@@ -133,8 +140,17 @@ void EvaluateEpd() {
         interrupted = ++count % LinesPerPoll == 0 && Interrupted();
     }
     evaluation_root_side = root_side;
-    if (std::fclose(output) != 0 || !written) Print("Error writing file %s...\n", EvaluationsFile);
     std::fclose(input);
+    written &= std::fclose(output) == 0;
+    std::error_code error;
+    // Half of a file must not take the place of the whole one that it was made from.
+    const bool keep = !interrupted || !std::filesystem::equivalent(name, EvaluationsFile, error);
+    if (written && keep) {
+        std::filesystem::rename(UnfinishedEvaluations, EvaluationsFile, error);
+        written = !error;
+    }
+    if (!written) Print("Error writing file %s...\n", EvaluationsFile);
+    if (!written || !keep) std::remove(UnfinishedEvaluations);
     // The last position of the file stays on the board.
     PositionReplaced();
 }

@@ -308,7 +308,7 @@ bool ShouldResign() {
         const ResignEntry& entry = resign_history[ResignEntries - 1 - lost];
         const HistoryRecord& before = game_history[record];
         const uint64_t key = uint64_t(before.key_high) << 32 | before.key_low;
-        if (entry.key != key || entry.score >= -ResignValue) break;
+        if (entry.key != key || entry.score >= -int64_t{ResignValue}) break;
     }
     return lost >= ResignTimes;
 }

@@ -4,8 +4,11 @@
 // castling with zeros, move letters are left to ReadSanToken(), any other letter begins a word that
 // no move has. All else (points, check and judgement signs, stray brackets) says nothing.
 //
-// A comment or variation without an end would swallow all games behind it; the tag that begins a
-// game, at the start of a line, ends it.
+// Before the moves "[" begins a tag wherever it stands. Among them only one at the start of a line
+// does: clock times and the like are written in square brackets too.
+//
+// A comment, note or variation without an end would swallow all games behind it; the tag that begins
+// a game, at the start of a line, ends it.
 //
 // State: the open file and the character of it that comes next.
 #include "driver/game_file.h"
@@ -14,7 +17,6 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
-#include <system_error>
 
 #include "board/console.h"
 #include "board/notation.h"
@@ -29,11 +31,17 @@ bool event_read;  // the name of the next game's first tag has been read already
 bool in_moves;    // the game's moves have not come to their end
 bool playable;    // moves of this game can be made
 
-constexpr const char* GameStart = "[Event ";
+bool (*ask_interrupted)();
+bool was_interrupted;
+uint32_t steps;
+constexpr uint32_t StepsPerQuestion = 1 << 20;
+
+constexpr const char* GameStart = "[Event";
 
 void Step() {
     line_start = current == '\n';
-    current = std::getc(file);
+    if (++steps % StepsPerQuestion == 0) was_interrupted |= ask_interrupted();
+    current = was_interrupted ? EOF : std::getc(file);
 }
 
 bool IsIn(int c, const char* set) { return c > 0 && std::strchr(set, c) != nullptr; }
@@ -41,14 +49,14 @@ bool IsDigit(int c) { return c >= '0' && c <= '9'; }
 bool IsLetter(int c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool IsBlank(int c) { return IsIn(c, " \t\r\n\v\f"); }
 
-bool AtTag() { return event_read || current == '['; }
+bool AtTag() { return event_read || (current == '[' && (line_start || !in_moves)); }
 
-// In a comment or variation: does another game begin here? Its tag is read as far as it agrees.
+// In a comment, note or variation: does another game begin here? Its tag is read as far as it agrees.
 bool GameBegins() {
     if (!line_start || current != '[') return false;
     const char* expected = GameStart;
     for (; *expected != '\0' && current == *expected; ++expected) Step();
-    event_read = *expected == '\0';
+    event_read = *expected == '\0' && (IsBlank(current) || current == '"');
     return event_read;
 }
 
@@ -56,10 +64,11 @@ void SkipLine() {
     while (current != EOF && current != '\n') Step();
 }
 
-void SkipComment() {
-    while (current != EOF && current != '}')
+// To behind the sign that ends it.
+void SkipComment(char end) {
+    while (current != EOF && current != end)
         if (GameBegins()) return;
-        else if (current != '}' && current != EOF) Step();
+        else if (current != end && current != EOF) Step();
     Step();
 }
 
@@ -67,7 +76,7 @@ void SkipVariation() {
     int depth = 0;
     while (current != EOF && !GameBegins()) {
         const int c = current;
-        if (c == '{') SkipComment();
+        if (c == '{') SkipComment('}');
         else if (c == ';') SkipLine();
         else if (c != EOF) Step();
         if (event_read) return;
@@ -80,7 +89,10 @@ void SkipVariation() {
 void SkipNoise() {
     while (current != EOF && !AtTag() && !IsLetter(current) && !IsDigit(current) && current != '*') {
         if (current == '{') {
-            SkipComment();
+            SkipComment('}');
+        } else if (current == '[') {
+            Step();
+            SkipComment(']');
         } else if (current == '(') {
             SkipVariation();
         } else if (current == ';' || (current == '%' && line_start)) {
@@ -113,18 +125,28 @@ struct TagValues {
     bool event;
 };
 
+// True when a line has ended among the blanks.
+bool SkipBlanks() {
+    bool line_ended = false;
+    for (; IsBlank(current); Step()) line_ended |= current == '\n';
+    return line_ended;
+}
+
 // False when the tag begins the next game: this one has no moves.
 bool ReadTag(TagValues& tags) {
     char name[16] = "", value[sizeof tags.fen];
     if (!event_read) {
         Step();
-        ReadWhileIn("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_ ", name);
+        SkipBlanks();
+        ReadWhileIn("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_", name);
     }
-    const bool event = event_read || std::strcmp(name, "Event ") == 0;
+    const bool event = event_read || std::strcmp(name, "Event") == 0;
     event_read = event && tags.event;
     if (event_read) return false;
     tags.event |= event;
     int length = 0;
+    // The next line may bring the value; anything else there belongs to no tag.
+    if (SkipBlanks() && current != '"' && current != ']') return true;
     while (current != EOF && !IsIn(current, "\"]\n")) Step();
     if (current == '"')
         for (Step(); current != EOF && !IsIn(current, "\"\n"); Step())
@@ -133,14 +155,22 @@ bool ReadTag(TagValues& tags) {
     while (current != EOF && !IsIn(current, "]\n")) Step();
     if (current == ']') Step();
 
-    if (length > 0 && std::strncmp(name, "FEN ", 4) == 0) {
+    if (length > 0 && std::strcmp(name, "FEN") == 0) {
         std::strcpy(tags.fen, value);
-    } else if (std::strncmp(name, "Result ", 7) == 0) {
+    } else if (std::strcmp(name, "Result") == 0) {
         if (std::strcmp(value, "1-0") == 0) tags.result = 1;
         else if (std::strcmp(value, "1/2-1/2") == 0) tags.result = 0;
         else if (std::strcmp(value, "0-1") == 0) tags.result = -1;
     }
     return true;
+}
+
+// A move number, a result or castling with zeros; "" is read as "*".
+template <int N> bool ReadResult(char (&word)[N]) {
+    ReadWhileIn("0123456789-/", word);
+    if (word[0] == '\0') Step();
+    return word[0] == '\0' || std::strcmp(word, "1-0") == 0 || std::strcmp(word, "0-1") == 0
+        || std::strcmp(word, "1/2-1/2") == 0;
 }
 
 enum class WordKind { GameOver, ZeroCastling, Letters };
@@ -152,13 +182,8 @@ WordKind NextWord() {
         SkipNoise();
         if (current == EOF || AtTag()) break;
         if (IsLetter(current)) return WordKind::Letters;
-        if (current == '*') {
-            Step();
-            break;
-        }
         char word[sizeof san_token.text];
-        ReadWhileIn("0123456789-/", word);
-        if (std::strcmp(word, "1-0") == 0 || std::strcmp(word, "0-1") == 0 || std::strcmp(word, "1/2-1/2") == 0) break;
+        if (ReadResult(word)) break;
         if (std::strncmp(word, "0-0", 3) == 0) {
             std::strcpy(san_token.text, word);
             return WordKind::ZeroCastling;
@@ -173,6 +198,17 @@ void CannotRecognize() {
     san_token.error = true;
 }
 
+// "e.p." or "ep" behind a capture, by itself or stuck to the move: its e has been taken for a file.
+void SkipEnPassantSign() {
+    const size_t length = std::strlen(san_token.text);
+    if (length == 0 || san_token.text[length - 1] != 'e' || !IsIn(current, ".p")) return;
+    if (length > 1 && !IsDigit(san_token.text[length - 2])) return;
+    san_token.text[length - 1] = '\0';
+    if (current == '.') Step();
+    if (current == 'p') Step();
+    if (current == '.') Step();
+}
+
 // The move that begins at the current letter, into san_token. False when it is none.
 bool ReadLetters() {
     if (current == 'P') Step();  // the pawn's letter, which is no part of a token
@@ -182,11 +218,8 @@ bool ReadLetters() {
         line_start = false;
         current = san_token.end;
         if (!read) san_token.error = true;
-        if (!read || san_token.text[0] == '\0') return false;
-        // "e.p." behind a capture.
-        if (std::strcmp(san_token.text, "e") != 0 || current != '.') return true;
-        SkipWord();
-        return false;
+        if (read) SkipEnPassantSign();
+        return read && san_token.text[0] != '\0';
     }
     ReadWhileIn("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789", san_token.text);
     if (san_token.text[0] != '\0') CannotRecognize();
@@ -200,16 +233,23 @@ void CloseGameFile() {
     file = nullptr;
 }
 
-bool OpenGameFile(const char* name) {
-    // What is no plain file may have no end, or keep us waiting for somebody at its other one.
+std::FILE* OpenRegularFile(const char* name) {
     std::error_code error;
-    file = std::filesystem::is_regular_file(name, error) ? std::fopen(name, "rb") : nullptr;
+    return std::filesystem::is_regular_file(name, error) ? std::fopen(name, "rb") : nullptr;
+}
+
+bool OpenGameFile(const char* name, bool (*interrupted)()) {
+    file = OpenRegularFile(name);
     if (file == nullptr) return false;
-    in_moves = event_read = false;
+    ask_interrupted = interrupted;
+    in_moves = event_read = was_interrupted = false;
+    steps = 0;
     current = '\n';
     Step();
     return true;
 }
+
+bool GameFileInterrupted() { return was_interrupted; }
 
 bool NextGame(GameTags* tags) {
     while (in_moves)
@@ -217,9 +257,21 @@ bool NextGame(GameTags* tags) {
 
     TagValues values = {"", GameResultUnknown, false};
     bool any = false;
-    for (SkipNoise(); AtTag() && ReadTag(values); SkipNoise()) any = true;
+    for (;;) {
+        SkipNoise();
+        if (AtTag()) {
+            if (!ReadTag(values)) break;
+            any = true;
+        } else if (!any && (IsDigit(current) || current == '*')) {
+            // Where no game has begun, a result is the last game's, told twice.
+            char word[sizeof san_token.text];
+            ReadResult(word);
+        } else {
+            break;
+        }
+    }
     in_moves = current != EOF && !event_read;
-    if (!any && !in_moves) return false;
+    if (was_interrupted || (!any && !in_moves)) return false;
     if (values.fen[0] != '\0') SetFen(values.fen);
     else SetInitialPosition();
     playable = IsPlayable();

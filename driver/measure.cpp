@@ -111,7 +111,7 @@ void WriteRow(Move played, const Comparison& moves, int game_result) {
                  f.defects[BLACK][1], f.passed[WHITE], f.passed[BLACK], f.ending[WHITE], f.ending[BLACK], p.fifty);
 }
 
-// A table that cannot be written does not end the measure: its score is still worth having.
+// A table that cannot be opened or written does not end the measure: its score is still worth having.
 void CloseTable(bool complain) {
     if (measure.table == nullptr) return;
     const bool failed = std::ferror(measure.table) != 0;
@@ -137,16 +137,13 @@ bool MeasureGame(int game_result) {
 
 bool MeasureGames(bool table, int* hits) {
     *hits = 0;
-    if (!OpenGameFile(MeasureGamesFile)) {
+    if (!OpenGameFile(MeasureGamesFile, Interrupted)) {
         Print("Error opening file %s...\n", MeasureGamesFile);
         return false;
     }
     measure = {};
-    if (table && (measure.table = std::fopen(MeasureTableFile, "w")) == nullptr) {
+    if (table && (measure.table = std::fopen(MeasureTableFile, "w")) == nullptr)
         Print("Error opening file %s...\n", MeasureTableFile);
-        CloseGameFile();
-        return false;
-    }
     measure.last_progress = NowCentiseconds();
     SaveGame();
     bool finished = true;
@@ -156,6 +153,7 @@ bool MeasureGames(bool table, int* hits) {
         if (measure.table != nullptr && std::ferror(measure.table) != 0) CloseTable(true);
         if (NowCentiseconds() - measure.last_progress >= CentisecondsPerProgressLine) PrintProgress();
     }
+    finished &= !GameFileInterrupted();
     CloseGameFile();
     RestoreGame();
     PrintProgress();

@@ -9,6 +9,6 @@ constexpr const char* MeasureTableFile = "my_eval.csv";
 // `table` a row for each position is written to MeasureTableFile (doc/developer.md lists the
 // columns). Prints its progress; the game on the board is as before afterwards.
 //
-// False when a file could not be opened, which has been printed, or when input ended it; *hits is
-// what was found until then.
+// False when the games could not be opened, which has been printed, or when input ended it; *hits is
+// what was found until then. A table that cannot be written is told and left out.
 bool MeasureGames(bool table, int* hits);

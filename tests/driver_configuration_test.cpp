@@ -174,6 +174,13 @@ TEST_F(Configuration, Lines) {
         << "a zero byte ends a line, but not the next one's; neither does a very long line";
 }
 
+TEST_F(Configuration, AByteOrderMarkIsNoPartOfTheFirstKey) {
+    EXPECT_EQ(Read("\xEF\xBB\xBFResignTimes = 7\nResignValue = 70\n"), "");
+    EXPECT_EQ(ResignTimes, 7);
+    EXPECT_EQ(ResignValue, 70);
+    EXPECT_EQ(Read("\xEF\xBB\xBF"), "");
+}
+
 TEST_F(Configuration, PathsAreTakenAsTheyStand) {
     Read("EGTBPath = d:\\end games\\, e:\\more \n");
     EXPECT_STREQ(EGTBPath, "d:\\end games\\, e:\\more ");

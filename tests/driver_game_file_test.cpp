@@ -29,7 +29,7 @@ protected:
         std::ofstream(name_, std::ios::binary) << text;
         Flush();
         ::testing::internal::CaptureStdout();
-        EXPECT_TRUE(OpenGameFile(name_.c_str()));
+        EXPECT_TRUE(OpenGameFile(name_.c_str(), [] { return false; }));
         std::string games;
         for (GameTags tags; NextGame(&tags);) {
             games += (games.empty() ? "" : " | ") + std::to_string(tags.result) + ":";
@@ -58,6 +58,8 @@ TEST_F(GameFile, GamesAndErrors) {
          "-1: d2d4 | 0: c2c4", ""},
         {"no tags at all, games told apart by results", "1.e4 1-0 1.d4 * 1.c4 0-1 1.b3 1/2-1/2 1.a3",
          "2: e2e4 | 2: d2d4 | 2: c2c4 | 2: b2b3 | 2: a2a3", ""},
+        {"a result told twice is no game", "1. e4 1-0 1-0\n\n* 1. d4 0-1 0-1\n\n[Event \"c\"]\n\n1. c4 *\n*\n",
+         "2: e2e4 | 2: d2d4 | 2: c2c4", ""},
         {"no result before the next tags", "[Event \"a\"]\n\n1. e4\n\n[Event \"b\"]\n\n1. d4", "2: e2e4 | 2: d2d4", ""},
         {"a game without moves", "[Event \"a\"]\n\n*\n\n[Event \"b\"]\n\n1. d4 *", "2: | 2: d2d4", ""},
         {"not even a result", "[Event \"a\"]\n[Result \"1-0\"]\n\n[Event \"b\"]\n\n1. d4 *", "1: | 2: d2d4", ""},
@@ -77,11 +79,28 @@ TEST_F(GameFile, GamesAndErrors) {
         {"castling in letters and zeros, check and mate signs",
          "1. e4 e5 2. Nf3 Nf6 3. Bc4 Bc5 4. O-O 0-0 5. Bxf7+ Kh8 *",
          "2: e2e4 e7e5 g1f3 g8f6 f1c4 f8c5 e1g1 e8g8 c4f7 g8h8", ""},
+        {"en passant signs stuck to the move, with and without points",
+         "1. e4 a6 2. e5 d5 3. exd6e.p. b5 4. d4 b4 5. c4 bxc3ep 6. bxc3 f6 7. h4 f5 8. h5 g5 9. hxg6 ep+ h6 "
+         "10. g4 h5 11. g5 f4 *",
+         "2: e2e4 a7a6 e4e5 d7d5 e5d6 b7b5 d2d4 b5b4 c2c4 b4c3 b2c3 f7f6 h2h4 f6f5 h4h5 g7g5 h5g6 h7h6 g2g4 h6h5 "
+         "g4g5 f5f4",
+         ""},
         {"a pawn's letter; en passant as it was once written", "1. Pe4 a6 2. e5 d5 3. exd6 e.p. h6 *",
          "2: e2e4 a7a6 e4e5 d7d5 e5d6 h7h6", ""},
         {"a start position, and the usual one again", fen_tag + "\n1... Kd7 2. Kd2 *\n\n1. e4 *",
          "2: e8d7 e1d2 | 2: e2e4", ""},
         {"a tag of another name that begins alike", "[FENX \"8/8/8/8/8/8/8/8 w\"]\n\n1. e4 *", "2: e2e4", ""},
+        {"blanks around names and values of tags, or none",
+         std::string("[ Event\t\"a\"]\n[Result\"1-0\" ]\n[\tFEN\n \"") + PawnEnding
+             + "\" ]\n\n1... Kd7 *\n[Event\"b\"]\n1. d4 *",
+         "1: e8d7 | 2: d2d4", ""},
+        {"a tag without a value, then moves", "[Event\n1. e4 *", "2: e2e4", ""},
+        {"several tags in a line", "[Event \"a\"] [Result \"0-1\"]\n\n1. e4 0-1", "-1: e2e4", ""},
+        {"notes in brackets among the moves",
+         "1. e4 [%clk 1:00] e5 [a\n[b] 2. Nf3 [x\n\n[Event \"b\"]\n\n1. d4[Nf6]d5 *",
+         "2: e2e4 e7e5 g1f3 | 2: d2d4 d7d5", ""},
+        {"a word that begins like a move, behind a comment", "1. e4 ; ok\n\nBest: a---... 2. Nf3", "2: e2e4",
+         "\nCan't recognize: Be...\n"},
         {"unknown move: the rest of this game only", "1. e4 e5 2. Ke3 Nf6 3. d4 {x} (3. d3) 1-0\n\n1. d4 *",
          "2: e2e4 e7e5 | 2: d2d4", "\nCan't recognize: Ke3...\n"},
         {"an ambiguous move counts and is the last", "1. Nf3 d5 2. g3 g6 3. d3 h6 4. Nd2 h5 *\n1. e4 *",
@@ -103,6 +122,21 @@ TEST_F(GameFile, GamesAndErrors) {
         EXPECT_EQ(Read(c.text, &printed), c.games);
         EXPECT_EQ(printed, c.printed);
     }
+}
+
+// A file of nothing but a comment would keep the command from its input for ever.
+TEST_F(GameFile, SkippingCanBeInterrupted) {
+    std::ofstream(name_) << "1. e4 e5 *\n{" + std::string(8 << 20, 'x');
+    static int asked;
+    asked = 0;
+    ASSERT_TRUE(OpenGameFile(name_.c_str(), [] { return ++asked == 3; }));
+    GameTags tags;
+    EXPECT_TRUE(NextGame(&tags));
+    EXPECT_FALSE(GameFileInterrupted());
+    EXPECT_FALSE(NextGame(&tags));
+    EXPECT_TRUE(GameFileInterrupted());
+    EXPECT_EQ(asked, 3);
+    CloseGameFile();
 }
 
 // Whatever bytes there are, the reader comes to an end, and only by its own move rules. Words of move

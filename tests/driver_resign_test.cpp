@@ -1,6 +1,7 @@
 // driver_resign_test.cpp - when the engine gives up.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -81,6 +82,10 @@ TEST_F(Resigning, Settings) {
     ResetEngine();
     ResignTimes = 11;
     EXPECT_EQ(Play({-900, -900, -900, -900, -900, -900, -900, -900, -900, -900, -900, -900}), Turns(12, false));
+    ResetEngine();
+    ResignTimes = 1;
+    ResignValue = INT32_MIN;  // every score is worse than that
+    EXPECT_EQ(Play({500}), Turns{true});
 }
 
 }  // namespace

@@ -133,6 +133,29 @@ TEST_F(HillClimbing, OneParameter) {
     }
 }
 
+// Every kind of outcome once: a failure that turns round, one that goes on, a success, the end. The
+// log is a full disk, which costs a line each and nothing else.
+TEST_F(HillClimbing, WhatIsPrinted) {
+    std::error_code error;
+    std::filesystem::create_symlink("/dev/full", TuningLog, error);
+    if (error || !std::filesystem::exists("/dev/full")) GTEST_SKIP() << "no full disk to be had";
+    int value = 0, best = 10;
+    scores = {5, 7, 10, 3};
+    watched = &value;
+    SeedRandom(SeedFor(0, 1, 5));
+    Flush();
+    ::testing::internal::CaptureStdout();
+    EXPECT_TRUE(TuneParameter({"p", &value}, &best, NextScore));
+    Flush();
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(),
+              "Tuning p [0], best score = 10\n"
+              "Trying p = 1\nFail, score = 5\n"
+              "Trying p = -1\nFail, score = 7\n"
+              "Trying p = -2\nError writing file tune.log...\nSuccess, score = 10\n"
+              "Trying p = -3\nFail, score = 3\n");
+    EXPECT_EQ(value, -2);
+}
+
 bool RandomScore(int* score) {
     *score = Random() % 100;
     return true;

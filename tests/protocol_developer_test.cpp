@@ -2,8 +2,10 @@
 // tuning, evaluations of position files, and how they are interrupted.
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <regex>
 #include <sstream>
 
@@ -43,6 +45,7 @@ TEST(Developer, MessagesOfTheMeasure) {
     const std::string one_hit = "Processed 1 games, hit/game = 1.000...              \r";
     const Case cases[] = {
         {"no file", "-", {"Error opening file games.pgn..."}},
+        {"a folder", "/", {"Error opening file games.pgn..."}},
         {"no games", "\n", {"Processed 0 games, hit/game = 0.000...              \r"}},
         {"a hit", Short, {one_hit}},
         {"a hit in one of two games", Short + "1. e4 *", {"Processed 2 games, hit/game = 0.500...              \r"}},
@@ -54,15 +57,17 @@ TEST(Developer, MessagesOfTheMeasure) {
     for (const Case& c : cases) {
         SCOPED_TRACE(c.why);
         std::vector<EngineProcess::File> files;
-        if (c.games != "-") files.push_back({"games.pgn", c.games});
+        const bool readable = c.games != "-" && c.games != "/";
+        if (readable) files.push_back({"games.pgn", c.games});
         EngineProcess engine(files);
+        if (c.games == "/") mkdir((engine.Directory() + "/games.pgn").c_str(), 0700);
         engine.Start();
         for (const char* command : {"pgneval", "selftest"}) {
             engine.Send(command);
             EXPECT_EQ(engine.Sync(), c.printed) << command;
-            EXPECT_EQ(engine.ReadFile("my_eval.csv").empty(),
-                      std::string(command) == "selftest" || c.games == "-"
-                          || c.printed.back().find("0.000") != std::string::npos);
+            EXPECT_EQ(
+                engine.ReadFile("my_eval.csv").empty(),
+                std::string(command) == "selftest" || !readable || c.printed.back().find("0.000") != std::string::npos);
             unlink((engine.Directory() + "/my_eval.csv").c_str());
         }
     }
@@ -111,11 +116,11 @@ TEST(Developer, TableOfPositions) {
 TEST(Developer, EvaluationsOfAFile) {
     const std::string start = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
     const std::string black_up = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNB1KBNR b KQkq - bm e5; id \"x;y\";";
-    EngineProcess engine({{"some file.epd", start + "\r\n\n" + black_up + "\n" + start + std::string(3000, ' ')}});
+    EngineProcess engine({{"some file.epd", start + "\r\n\n" + black_up + "\n \t\n" + start + std::string(3000, ' ')}});
     engine.Start();
     RunSteps(engine,
              "> epdevl none.epd\n= Error opening file none.epd...\n> epdevl .\n= Error opening file ....\n> epdevl\n- "
-             ".*\n> epdevl some file.epd\n- .*");
+             ".*\n> epdevl some file.epd \t \n- .*");
     std::istringstream lines(engine.ReadFile("out.epd"));
     std::string first, second, third, more;
     std::getline(lines, first);
@@ -129,25 +134,33 @@ TEST(Developer, EvaluationsOfAFile) {
     EXPECT_EQ(third, start + std::string(3000, ' ') + ";" + score);
     ASSERT_EQ(second.find(black_up + ";"), 0u);
     EXPECT_GT(std::atoi(second.c_str() + black_up.size() + 1), 500) << "the side to move is a queen up";
+    EXPECT_EQ(engine.ReadFile("out.epd.tmp"), "");
+    // Its own result is a position file too.
+    engine.Sync();
+    RunSteps(engine, "> epdevl out.epd\n- .*");
+    EXPECT_EQ(engine.ReadFile("out.epd").substr(0, first.size() + 1 + score.size()), first + ";" + score);
 }
 
 // A full disk, or a folder that may not be written: one line, and the command goes on or ends.
 TEST(Developer, FilesThatCannotBeWritten) {
     EngineProcess engine({{"games.pgn", Short}, {"x.epd", "8/8/4k3/8/8/4K3/4P3/8 w - -\n"}});
     engine.Start();
-    for (const char* name : {"my_eval.csv", "out.epd"}) {
+    for (const char* name : {"my_eval.csv", "out.epd.tmp"}) {
         const std::string path = engine.Directory() + "/" + name;
         ASSERT_EQ(symlink("/dev/full", path.c_str()), 0);
     }
     RunSteps(engine,
              "> pgneval\n< Processed 1 games.*\r\n< Error writing file my_eval\\.csv\\.\\.\\.\n"
              "> epdevl x.epd\n= Error writing file out.epd...");
-    for (const char* name : {"my_eval.csv", "out.epd"}) {
+    EXPECT_NE(access((engine.Directory() + "/out.epd").c_str(), F_OK), 0);
+    for (const char* name : {"my_eval.csv", "out.epd.tmp"}) {
         const std::string path = engine.Directory() + "/" + name;
         unlink(path.c_str());
         ASSERT_EQ(symlink("/none/such", path.c_str()), 0);
     }
-    RunSteps(engine, "> pgneval\n= Error opening file my_eval.csv...\n> epdevl x.epd\n= Error opening file out.epd...");
+    RunSteps(engine,
+             "> pgneval\n< Error opening file my_eval\\.csv\\.\\.\\.\n< Processed 1 games.*\r\n"
+             "> epdevl x.epd\n= Error opening file out.epd...");
 }
 
 // Some lines end a long command, all others wait; what was found is in the files.
@@ -167,6 +180,8 @@ TEST(Developer, Interruptions) {
         EXPECT_EQ(engine.Collect(200), std::vector<std::string>());
         engine.Send("moves");
         engine.Send("time 100");
+        engine.Send("stopped");
+        engine.Send("exi");
         EXPECT_EQ(engine.Collect(200), std::vector<std::string>()) << "these lines wait";
         engine.Send(c.stop);
         if (c.stop[0] == 'q') {
@@ -185,6 +200,55 @@ TEST(Developer, Interruptions) {
         const auto rows = Rows(engine.ReadFile("my_eval.csv"));
         EXPECT_GT(rows.size(), 100u);
         for (const auto& row : rows) ASSERT_EQ(row.size(), 32u);
+    }
+}
+
+// Lines that wait have their limit; a "stop" behind it must not be left unread.
+TEST(Developer, TooManyWaitingLinesEndACommand) {
+    EngineProcess engine({{"games.pgn", Short}});
+    engine.Start();
+    engine.Send("tunenew");
+    engine.WaitForMatch("Trying .*");
+    std::string lines;
+    while (lines.size() < 300000) lines += "otim 100" + std::string(1000, ' ') + "\n";
+    EXPECT_TRUE(engine.SendRaw(lines + "stop\nquit\n"));
+    EXPECT_EQ(engine.WaitForExit(5000), 0);
+}
+
+// A file without moves is read at a stretch, and so would a signal or "quit" wait.
+TEST(Developer, AFileOfNoGamesCanBeLeft) {
+    const std::vector<EngineProcess::File> files = {{"games.pgn", "{"}};
+    EngineProcess engine(files);
+    ASSERT_EQ(truncate((engine.Directory() + "/games.pgn").c_str(), off_t{1} << 40), 0);
+    engine.Start();
+    engine.Send("pgneval");
+    EXPECT_EQ(engine.Collect(200), std::vector<std::string>());
+    engine.Send("stop");
+    EXPECT_EQ(engine.Sync(3000).size(), 1u);
+    engine.Send("selftest");
+    EXPECT_EQ(engine.Collect(200), std::vector<std::string>());
+    engine.Signal(SIGTERM);
+    EXPECT_EQ(engine.WaitForExit(3000), 0);
+}
+
+// What was found is kept, but half a file does not replace the one that it was made from.
+TEST(Developer, EvaluationsInterrupted) {
+    std::string positions;
+    for (int i = 0; i < 1000000; ++i) positions += "8/8/4k3/8/8/4K3/4P3/8 w - -\n";  // seconds
+    for (const char* name : {"in.epd", "out.epd"}) {
+        SCOPED_TRACE(name);
+        EngineProcess engine({{name, positions}});
+        engine.Start();
+        engine.Send(std::string("epdevl ") + name);
+        for (int i = 0; i < 10000 && engine.ReadFile("out.epd.tmp").empty(); ++i) usleep(1000);
+        engine.Send("stop");
+        EXPECT_EQ(engine.Sync(), std::vector<std::string>());
+        const std::string kept = engine.ReadFile("out.epd");
+        EXPECT_EQ(kept == positions, std::string(name) == "out.epd");
+        EXPECT_GT(kept.size(), 27u);
+        EXPECT_LE(std::count(kept.begin(), kept.end(), '\n'), 1000000);
+        EXPECT_EQ(kept.back(), '\n');
+        EXPECT_EQ(engine.ReadFile("out.epd.tmp"), "");
     }
 }
 
