@@ -1,8 +1,9 @@
 // game_file.h - the games of a PGN file, move by move, for commands that look at every position.
 //
-// The file is read as a stream, so its size does not matter. Comments, notes in square brackets, variations, glyphs and all
-// tags but those below are passed over. A game ends with its result, with the tags of the next one,
-// or with the file; what follows a move that cannot be read is passed over up to there.
+// The file is read as a stream, so its size does not matter. Comments, notes in square brackets,
+// variations, glyphs and all tags but those below are passed over. A game ends with its result,
+// with the tags of the next one, or with the file; what follows a move that cannot be read is
+// passed over up to there.
 //
 // One file at a time is open.
 #pragma once

@@ -1,12 +1,13 @@
-// weed_book.cpp - takes the moves out of a book that a search of its lines' ends refutes.
+// weed_book.cpp - takes the moves out of a book that searches of its positions refute.
 //
 //   weed_book [options] --scores SCORES.epd [--output BOOK.book] BOOK...
 //
 // The books are files of the kinds that make_book reads. Every position is searched, the ends of
-// lines with all nodes, the others with an eighth of them, and its score appended to SCORES.epd at once, one EPD line each, so that the work can be broken off, taken up
-// again, and shared: with --part 2/3 this run searches the second of every three. Then, with
-// --output, the scores decide which moves are excluded and the weeded book is written as text.
-// The last line, on standard output: positions, searched now, moves, excluded, unjudged, seconds.
+// lines with all nodes, the others with an eighth of them, and its score appended to SCORES.epd
+// at once, one EPD line each, so that the work can be broken off, taken up again, and shared:
+// with --part 2/3 this run searches the second of every three. Then, with --output, the scores
+// decide which moves are excluded and the weeded book is written as text. The last line, on
+// standard output: positions, searched now, moves, excluded, unjudged, seconds.
 #include <algorithm>
 #include <chrono>
 #include <cinttypes>

@@ -39,7 +39,7 @@ struct WeedingCounts {
     int64_t moves = 0, excluded = 0, unjudged = 0;  // unjudged: leads to no searched position
 };
 // The book with the moves excluded that lead to less than `worst` or back to an earlier position
-// of their line, and with points drawn towards the scores. A move without a score keeps its points. What cannot be reached from the start
-// position is left out.
+// of their line, and with points drawn towards the scores. A move without a score keeps its points.
+// What cannot be reached from the start position is left out.
 BookNodes WeedBook(const BookNodes& nodes, const PositionScores& scores, const WeedingRules& rules,
                    WeedingCounts& counts);
