@@ -17,8 +17,7 @@
 #include "driver/commands.h"
 #include "driver/game_file.h"
 #include "driver/game_state.h"
-#include "driver/input.h"
-#include "driver/input_platform.h"
+#include "driver/interruption.h"
 #include "driver/measure.h"
 #include "driver/words.h"
 #include "eval/evaluate.h"
@@ -55,40 +54,7 @@ uint64_t InterruptiblePerft(int depth, bool* interrupted) {
     return leaves;
 }
 
-// Whole words: a search gives way to abbreviations, but here a slip would cost hours.
-bool EndsCommand(const char* line) {
-    return IsFirstWord("stop", line) || IsFirstWord("exit", line) || IsFirstWord("?", line);
-}
-
-bool IsQuit(const char* line) { return KeywordMatches("q", line); }
-
 }  // namespace
-
-void HoldWaitingInput() {
-    while (RoomToHold() && input_available()) {
-        if (!LineBuffered() && (!read_input() || !LineBuffered())) return;
-        if (CutLine()) HoldCommandLine();
-    }
-}
-
-bool Interrupted() {
-    if (SignalWaits()) {
-        if (TakeSignal() == Signal::Terminate) exit_hook(0);
-        return true;
-    }
-    // Nobody is left to stop it, nor to read what it prints.
-    if (input_ended && OutputReaderGone()) return true;
-    while (input_available()) {
-        // What comes next could be a "stop" and would never be read.
-        if (!RoomToHold()) return true;
-        if (!LineBuffered() && !read_input()) return false;
-        if (!CutLine()) return false;  // half a line
-        if (EndsCommand(command_line)) return true;
-        HoldCommandLine();
-        if (IsQuit(command_line)) return true;
-    }
-    return false;
-}
 
 void PerftCommand() {
     if (word_count < 2) return;

@@ -5,11 +5,3 @@ void PerftCommand();  // "perft DEPTH"
 void EvaluateEpd();   // "epdevl FILE": static evaluations into "out.epd"
 void EvaluatePgn();   // "pgneval": how often the evaluation agrees with the moves of games
 int SelfTest();       // "selftest": the same with freshly built tables, without the table; its hits
-
-// Holds back the lines that have arrived already: they belong to a script that wants this
-// command's answer, a "quit" at its end included.
-void HoldWaitingInput();
-// True when a line that is meant to stop things ("stop", "?" or "exit" as its first word, or one that
-// begins with q) has come since, when nobody is left at either end, or when there is no room to hold
-// more; other lines are held for later.
-bool Interrupted();

@@ -16,8 +16,8 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/position.h"
-#include "driver/developer.h"
 #include "driver/game_file.h"
+#include "driver/interruption.h"
 #include "eval/evaluate.h"
 #include "search/time_control.h"
 
