@@ -93,9 +93,6 @@ build() {
     rm -f "$log"
 }
 
-# has_target FOLDER TARGET
-has_target() { cmake --build "$1" --target help 2>/dev/null | grep -Eq "(^|[ .])$2(:|$| )"; }
-
 # run_tests FOLDER CTEST-OPTION...: sets passed, failed and skipped. True when nothing failed
 # and something ran.
 run_tests() {
