@@ -154,9 +154,7 @@ bool find_node(int64_t* list_at) {
             *list_at = LoadWord(record + 8);
             return true;
         }
-        const bool smaller =
-            first != wanted.first ? int32_t(first) < int32_t(wanted.first) : int32_t(second) < int32_t(wanted.second);
-        if (smaller) low = middle + 1;
+        if (ComesBefore({first, second}, wanted)) low = middle + 1;
         else high = middle;
     }
     return false;

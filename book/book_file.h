@@ -40,6 +40,10 @@ extern bool book_version_0;  // no points, no learning
 struct BookKey {
     uint32_t first, second;
 };
+// The order of the records: both halves as signed numbers.
+constexpr bool ComesBefore(BookKey a, BookKey b) {
+    return a.first != b.first ? int32_t(a.first) < int32_t(b.first) : int32_t(a.second) < int32_t(b.second);
+}
 BookKey CurrentBookKey();  // of the position on the board
 
 // True when the open book has a node for the current position; *list_at is then where in the

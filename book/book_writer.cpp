@@ -3,26 +3,24 @@
 
 #include <algorithm>
 
+#include "book/file_access.h"
+
 namespace {
 
 // 255 beside 255 means excluded; keeping both below leaves no doubt.
 constexpr uint32_t MostPoints = 254;
 
 void AppendWord(uint32_t word, std::string& bytes) {
-    for (int shift = 0; shift < 32; shift += 8) bytes += char(word >> shift);
+    uint8_t stored[4];
+    StoreWord(stored, word);
+    bytes.append(reinterpret_cast<const char*>(stored), sizeof stored);
 }
 
 uint32_t WordAt(const std::string& bytes, size_t at) {
-    uint32_t word = 0;
-    for (size_t i = 0; i < 4; ++i) word |= uint32_t(uint8_t(bytes[at + i])) << (8 * i);
-    return word;
+    return LoadWord(reinterpret_cast<const uint8_t*>(bytes.data()) + at);
 }
 
-bool ComesBefore(uint64_t a, uint64_t b) {
-    const auto first = [](uint64_t key) { return int32_t(key >> 32); };
-    const auto second = [](uint64_t key) { return int32_t(uint32_t(key)); };
-    return first(a) != first(b) ? first(a) < first(b) : second(a) < second(b);
-}
+BookKey KeyOf(uint64_t key) { return {uint32_t(key >> 32), uint32_t(key)}; }
 
 }  // namespace
 
@@ -66,7 +64,7 @@ std::string BookFileBytes(const BookNodes& nodes) {
     std::vector<uint64_t> keys;
     keys.reserve(nodes.size());
     for (const auto& node : nodes) keys.push_back(node.first);
-    std::sort(keys.begin(), keys.end(), ComesBefore);
+    std::sort(keys.begin(), keys.end(), [](uint64_t a, uint64_t b) { return ComesBefore(KeyOf(a), KeyOf(b)); });
 
     std::string bytes = BookMagic, lists;
     AppendWord(1, bytes);
@@ -75,8 +73,8 @@ std::string BookFileBytes(const BookNodes& nodes) {
     const size_t lists_at = size_t(BookSlotBytes) * (size_t(BookFirstSlot) + keys.size());
     for (const uint64_t key : keys) {
         const std::vector<BookMove>& moves = nodes.at(key);
-        AppendWord(uint32_t(key >> 32), bytes);
-        AppendWord(uint32_t(key), bytes);
+        AppendWord(KeyOf(key).first, bytes);
+        AppendWord(KeyOf(key).second, bytes);
         AppendWord(uint32_t(lists_at + lists.size()), bytes);
         const size_t count = std::min(moves.size(), size_t(BookMaxMoves));
         lists += char(count);

@@ -2,7 +2,6 @@
 #include "tools/common/book_tree.h"
 
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 #include "board/make_move.h"
@@ -77,15 +76,8 @@ private:
     void WriteMoves(int ply) {
         const auto node = nodes.find(BookNodeKey());
         if (node == nodes.end()) return;
-        const int count = GenerateLegalMoves(0);
-        std::vector<std::pair<Move, const BookMove*>> lines;
-        for (const BookMove& entry : node->second)
-            for (int i = 0; i < count; ++i) {
-                const Move move = move_stack[i].move;
-                if (MoveFrom(move) == entry.from && MoveTo(move) == entry.to && FitsIntoBook(move)
-                    && listed.insert(&entry).second)
-                    lines.emplace_back(move, &entry);
-            }
+        std::vector<LegalEntry> lines = LegalEntries(node->second);
+        std::erase_if(lines, [&](const LegalEntry& line) { return !listed.insert(line.entry).second; });
         for (const auto& [move, entry] : lines) {
             WriteLine(ply, move, *entry);
             if (!MakeGameMove(move)) continue;
@@ -106,6 +98,18 @@ private:
 }  // namespace
 
 bool FitsIntoBook(Move move) { return MovePromotion(move) == EMPTY || MovePromotion(move) == QUEEN; }
+
+std::vector<LegalEntry> LegalEntries(const std::vector<BookMove>& node) {
+    const int count = GenerateLegalMoves(0);
+    std::vector<LegalEntry> legal;
+    for (const BookMove& entry : node)
+        for (int i = 0; i < count; ++i) {
+            const Move move = move_stack[i].move;
+            if (MoveFrom(move) == entry.from && MoveTo(move) == entry.to && FitsIntoBook(move))
+                legal.push_back({move, &entry});
+        }
+    return legal;
+}
 
 int64_t ReadBookText(const std::string& text, const std::string& name, const FaultReport& report, BookNodes& nodes) {
     BookNodes read;

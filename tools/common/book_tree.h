@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "board/types.h"
 #include "book/book_writer.h"
@@ -57,6 +58,13 @@ struct BookBuilder {
 
 // A pawn that reaches the end becomes a queen: an entry has no room for another piece.
 bool FitsIntoBook(Move move);
+
+struct LegalEntry {
+    Move move;
+    const BookMove* entry;
+};
+// The moves of a node that are legal in the position on the board, in the node's order.
+std::vector<LegalEntry> LegalEntries(const std::vector<BookMove>& node);
 
 // Adds a file, of the kind that its name ends in: .pgn, .tsv, .txt, .book or .cvt. False, with the
 // reason, when it cannot be read; faults inside go to `report` and do not end the reading.

@@ -7,8 +7,8 @@
 #include <unordered_set>
 
 #include "board/make_move.h"
-#include "board/movegen.h"
 #include "board/position.h"
+#include "tools/common/book_tree.h"
 
 namespace {
 
@@ -16,24 +16,11 @@ namespace {
 // over, few enough that a dozen of them do.
 constexpr int LeastPoints = 24, MostPoints = 120;
 
-// The legal move of an entry on the board, 0 without one. Pawns become queens.
-Move LegalMove(const BookMove& entry) {
-    const int count = GenerateLegalMoves(0);
-    for (int i = 0; i < count; ++i) {
-        const Move m = move_stack[i].move;
-        if (MoveFrom(m) == entry.from && MoveTo(m) == entry.to
-            && (MovePromotion(m) == EMPTY || MovePromotion(m) == QUEEN))
-            return m;
-    }
-    return 0;
-}
-
 // Calls visit(entry) after each legal move of the node has been made on the board.
-template <typename Node, typename Visit> void ForEachMove(Node& node, Visit visit) {
-    for (auto& entry : node) {
-        const Move move = LegalMove(entry);
-        if (move == 0 || !MakeGameMove(move)) continue;
-        visit(entry);
+template <typename Visit> void ForEachMove(const std::vector<BookMove>& node, Visit visit) {
+    for (const auto& [move, entry] : LegalEntries(node)) {
+        if (!MakeGameMove(move)) continue;
+        visit(*entry);
         UnmakeMove();
     }
 }
