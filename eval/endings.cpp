@@ -120,7 +120,8 @@ template <Colour Us> int AgainstBareKing() {
     const auto& n = p.PieceCount;
     if (p.NonPawnMaterial[Them] || n[PAWN][Them] || !n[PAWN][Us]) return 0;
     const bool wrong_corner = WrongCorner<Us>();
-    if (p.MajorUnits[Us] || (n[BISHOP][Us] + n[KNIGHT][Us] >= 2 && !wrong_corner)) return MatingPieces;
+    if (p.MajorUnits[Us] || (n[BISHOP][Us] + n[KNIGHT][Us] >= 2 && !wrong_corner))
+        return MatingPieces + (n[BISHOP][Us] && n[KNIGHT][Us] ? BishopKnightMost : 0);
     thread_eval_info.SymmetryValid = 0;
     int winner = 0, foremost = 0;  // ranks
     int kept = 0;

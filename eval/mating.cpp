@@ -16,6 +16,7 @@
 #include <cstdlib>
 
 #include "board/attacks.h"
+#include "eval/bishop_knight_tables.h"
 #include "eval/eval_info.h"
 #include "eval/masks.h"
 #include "eval/mating_tables.h"
@@ -25,9 +26,9 @@ namespace {
 constexpr int LoneKingWin = 400;  // on top of material: this is won
 constexpr int QueenAgainstRookWin = 100, BetterPiecesWin = 100;
 constexpr int EdgePush = 10, KingsTogether = 8;
-// Bishop and knight. The diagonal outweighs all else: leaving the wrong corner means letting
-// the king walk along the edge, away from ours.
-constexpr int DiagonalPush = 30, BishopKnightKings = 10, KnightNear = 2, CentralKing = 4, CornerStep = 12;
+// Bishop and knight: what each ply is worth by which the mate is nearer than this many. The steps
+// have to be wide: at a quarter of this the search prunes too little to see the next one.
+constexpr int BishopKnightPlyWorth = 28, BishopKnightManyPlies = 66;
 // Queen against rook: what each ply is worth by which the mate is nearer than this many. Too little
 // and the winner dawdles, too much and the search prunes the quiet moves that prepare.
 constexpr int PlyWorth = 12, ManyPlies = 66;
@@ -38,42 +39,40 @@ int CentreDistance(Square s) {
     return (f < 4 ? 3 - f : f - 4) + (r < 4 ? 3 - r : r - 4);
 }
 
-// Distance 0..7 from the long diagonal of the colour that the bishop does not have. It grows
-// all the way along an edge from the wrong corner to the right one, where it is 7.
-int DiagonalDistance(Square s, bool light_bishop) {
-    return light_bishop ? std::abs(FileOf(s) - RankOf(s)) : std::abs(7 - FileOf(s) - RankOf(s));
+// How a square is turned so that the bishop is on dark squares and the losing king stands in the
+// triangle a1-h1-e4: the mate is then in the corner a1.
+struct HalfTurn {
+    int mirror;                          // the bits of the square to invert
+    bool long_diagonal, other_diagonal;  // mirror on a1-h8, on a8-h1
+
+    HalfTurn(Square king, bool light_bishop) : mirror(light_bishop ? 7 : 0) {
+        king ^= mirror;
+        long_diagonal = RankOf(king) > FileOf(king);
+        if (long_diagonal) king = SquareAt(RankOf(king), FileOf(king));
+        other_diagonal = FileOf(king) + RankOf(king) > 7;
+    }
+    Square operator()(Square s) const {
+        s ^= mirror;
+        if (long_diagonal) s = SquareAt(RankOf(s), FileOf(s));
+        return other_diagonal ? SquareAt(7 - RankOf(s), 7 - FileOf(s)) : s;
+    }
+};
+
+// Number of a square of that triangle, along the ranks.
+int HalfTriangleNumber(Square s) {
+    constexpr int RankStart[4] = {0, 7, 12, 15};  // a1 is 0, b2 8, c3 14, d4 18
+    return RankStart[RankOf(s)] + FileOf(s);
 }
 
-// Knight moves from a to b, 3 for three or more.
-int KnightSteps(Square a, Square b) {
-    if (a == b) return 0;
-    if (knight_attacks[a] & Bit(b)) return 1;
-    return knight_attacks[a] & knight_attacks[b] ? 2 : 3;
-}
-
-// The king in the wrong corner comes out only against our king two squares diagonally from the
-// corner and the knight beside ours, at a knight's move from the corner: the moves still
-// missing for that.
-template <Colour Us> int StepsToOpenCorner(Square enemy, bool light_bishop) {
+// About how many plies the mate with bishop and knight takes from here, rather too many than too few.
+template <Colour Us> int BishopAndKnightPlies() {
     const Position& p = thread_board;
-    const Square low = light_bishop ? A1 : H1, high = light_bishop ? H8 : A8;
-    const Square corner = Distance(enemy, low) < Distance(enemy, high) ? low : high;
-    if (Distance(enemy, corner) > 1) return 0;
-    const int east = FileOf(corner) == 0 ? 1 : -1, north = RankOf(corner) == 0 ? 8 : -8;
-    const Square knight = LowestSquare(p.pieces[KNIGHT][Us]);
-    const int knight_steps =
-        std::min(KnightSteps(knight, corner + 2 * east + north), KnightSteps(knight, corner + east + 2 * north));
-    return Distance(p.king_square[Us], corner + 2 * east + 2 * north) + knight_steps;
-}
-
-template <Colour Us> int BishopAndKnight() {
-    const Position& p = thread_board;
-    const Square own = p.king_square[Us], enemy = p.king_square[ChangeSide(Us)];
-    const bool light_bishop = p.pieces[BISHOP][Us] & LightSquares;
-    const Square knight = LowestSquare(p.pieces[KNIGHT][Us]);
-    return DiagonalPush * DiagonalDistance(enemy, light_bishop) + BishopKnightKings * (7 - Distance(own, enemy))
-        - KnightNear * Distance(knight, enemy) - CentralKing * CentreDistance(own)
-        - CornerStep * StepsToOpenCorner<Us>(enemy, light_bishop);
+    const Square enemy = p.king_square[ChangeSide(Us)];
+    const HalfTurn turn(enemy, (p.pieces[BISHOP][Us] & LightSquares) != 0);
+    const int losing = HalfTriangleNumber(turn(enemy));
+    return BishopKnightKing[losing][turn(p.king_square[Us])]
+        + BishopKnightKnight[losing][turn(LowestSquare(p.pieces[KNIGHT][Us]))]
+        + BishopKnightBishop[losing][turn(LowestSquare(p.pieces[BISHOP][Us]))];
 }
 
 // How a square is turned so that the losing king stands in the triangle a1-d1-d4.
@@ -123,8 +122,13 @@ template <Colour Us> int DrivingScore() {
         const Bitboard bishops = p.pieces[BISHOP][Us];
         if (units == 3 * p.PieceCount[BISHOP][Us] && (!(bishops & LightSquares) || !(bishops & DarkSquares)))
             return 0;  // bishops of one colour never mate
-        if (units == 6 && p.PieceCount[BISHOP][Us] == 1) return base + LoneKingWin + BishopAndKnight<Us>();
-        return base + LoneKingWin + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
+        const bool bishop_and_knight = p.PieceCount[BISHOP][Us] && p.PieceCount[KNIGHT][Us];
+        if (bishop_and_knight && units == 6) {
+            const int plies = BishopAndKnightPlies<Us>();
+            return base + std::min(BishopKnightPlyWorth * (BishopKnightManyPlies - plies), BishopKnightMost);
+        }
+        const int won = LoneKingWin + (bishop_and_knight ? BishopKnightMost : 0);
+        return base + won + EdgePush * CentreDistance(enemy) + KingsTogether * (7 - Distance(own, enemy));
     }
     if (units == 9 && enemy_units == 5 && p.PieceCount[QUEEN][Us] == 1)
         return base + QueenAgainstRookWin + PlyWorth * (ManyPlies - QueenAgainstRookPlies<Us>());

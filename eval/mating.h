@@ -7,3 +7,7 @@
 // driven where it can be mated. The board holds no pawn of either side. Does not depend on the
 // side to move. Sets no_fading and clears Cacheable.
 template <Colour Us> int MatingScore();
+
+// Bishop and knight alone add up to this to their material as the mate comes nearer. Whoever has
+// another man besides adds it all, or giving that man away would look like progress.
+constexpr int BishopKnightMost = 2000;

@@ -162,6 +162,7 @@ TEST_F(Endings, MoreMenAreWorthMore) {
         {"rook and pawn", "k7/8/1K6/8/8/8/8/7R b - - 0 1", "k7/8/1K6/8/8/8/7P/7R b - - 0 1"},
         {"queen and pawn", "k7/8/1K6/8/8/8/8/7Q b - - 0 1", "k7/8/1K6/8/8/8/7P/7Q b - - 0 1"},
         {"bishop, knight and pawn", "k7/8/1K6/4N3/4B3/8/8/8 b - - 0 1", "k7/8/1K6/4N3/4B3/8/7P/8 b - - 0 1"},
+        {"rook, bishop and knight", "k7/8/1K6/4N3/4B3/8/8/8 b - - 0 1", "8/8/8/3k4/8/8/8/RNB1K3 b - - 0 1"},
     };
     for (const auto& p : pairs) EXPECT_GE(WhiteScore(p.more), WhiteScore(p.fewer)) << p.why;
 }
