@@ -18,7 +18,7 @@
 #include "board/settings.h"
 #include "book/book_file.h"
 #include "book/book_keys.h"
-#include "book/file_access.h"
+#include "board/file_access.h"
 
 constinit bool book_loaded = false;
 constinit bool book_version_0 = false;

@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "book/file_access.h"
+#include "board/file_access.h"
 
 namespace {
 

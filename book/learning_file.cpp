@@ -34,7 +34,7 @@
 #include "board/console.h"
 #include "board/position.h"
 #include "board/settings.h"
-#include "book/file_access.h"
+#include "board/file_access.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 #include "board/position.h"
 #include "book/book.h"
 #include "book/book_file.h"
-#include "book/file_access.h"
+#include "board/file_access.h"
 #include "tests/support/board_helpers.h"
 #include "tools/common/signature.h"
 

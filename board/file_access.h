@@ -1,4 +1,4 @@
-// file_access.h - reads and writes at given places of the book and the learning file.
+// file_access.h - reads and writes at given places of the book, the learning file and tables.
 //
 // Nothing is kept in memory in between. A write is one request to the operating system and is
 // handed over when the call returns, so that a program that is killed has made all of it or
@@ -16,6 +16,7 @@
 // An existing file for reading and writing; nullptr when it may not be written to or is no
 // plain file. (To open a pipe would be to wait for somebody at its other end.)
 std::FILE* OpenForUpdate(const char* name);
+std::FILE* OpenForReading(const char* name);  // the same, for reading alone
 // The length in bytes, -1 when it cannot be told.
 int64_t FileLength(std::FILE* file);
 
@@ -28,7 +29,7 @@ inline bool ReadAll(std::FILE* file, int64_t offset, void* bytes, size_t count) 
 // then be there in part.
 bool WriteAll(std::FILE* file, int64_t offset, const void* bytes, size_t count);
 
-// Words are little-endian in both files.
+// Words are little-endian in all of them.
 inline uint32_t LoadWord(const uint8_t* bytes) {
     return bytes[0] | uint32_t(bytes[1]) << 8 | uint32_t(bytes[2]) << 16 | uint32_t(bytes[3]) << 24;
 }

@@ -1,5 +1,5 @@
 // file_access.cpp - see file_access.h.
-#include "book/file_access.h"
+#include "board/file_access.h"
 
 #include <filesystem>
 #include <limits>
@@ -9,13 +9,16 @@ static bool Seek(std::FILE* file, int64_t offset) {
     return offset >= 0 && offset <= std::numeric_limits<long>::max() && std::fseek(file, long(offset), SEEK_SET) == 0;
 }
 
-std::FILE* OpenForUpdate(const char* name) {
+static std::FILE* Open(const char* name, const char* mode) {
     std::error_code error;
     if (!std::filesystem::is_regular_file(name, error)) return nullptr;
-    std::FILE* const file = std::fopen(name, "r+b");
+    std::FILE* const file = std::fopen(name, mode);
     if (file != nullptr) std::setvbuf(file, nullptr, _IONBF, 0);
     return file;
 }
+
+std::FILE* OpenForUpdate(const char* name) { return Open(name, "r+b"); }
+std::FILE* OpenForReading(const char* name) { return Open(name, "rb"); }
 
 int64_t FileLength(std::FILE* file) { return std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1; }
 
