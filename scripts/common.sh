@@ -17,10 +17,12 @@ as_root() {
     fi
 }
 
-# have THING: a command on the PATH, or "header:PATH" for a header the compiler finds.
+# have THING: a command on the PATH, a file by its full name, or "header:PATH" for a header the
+# compiler finds.
 have() {
     case $1 in
         header:*) echo "#include <${1#header:}>" | "${CXX:-g++}" -std=c++20 -x c++ -E - >/dev/null 2>&1 ;;
+        /*) [ -e "$1" ] ;;
         *) command -v "$1" >/dev/null ;;
     esac
 }

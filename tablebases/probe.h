@@ -3,4 +3,5 @@
 
 // True when the current position is in a table; *score is from the side to move's view on
 // the mate scale: 0 for a draw, MATE - 2n for mate in n moves, -MATE + 2n when mated in n.
+// Positions with castling rights are in no table, nor are any that cannot be searched.
 bool ProbeTablebase(int* score);

@@ -1,6 +1,8 @@
 // protocol_startup_test.cpp - what the program says before it is asked anything, and how it ends.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/support/dialogue.h"
 
 namespace {
@@ -126,6 +128,21 @@ TEST(StartUp, BookNamedByTheConfiguration) {
         if (line.rfind("Error opening", 0) == 0) messages.push_back(line);
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages[0], "Error opening \"my book.bin\"!");
+}
+
+TEST(StartUp, TablebaseThatIsNone) {
+    const EngineProcess::File table = {"KQK.nbw.emd", "not a tablebase"};
+    EngineProcess engine({{"Corvantis.ini", "EGTBPath = /nowhere; .\\\n"}, table});
+    std::vector<std::string> lines = engine.Start();
+    const auto begin = std::find(lines.begin(), lines.end(), "*** Unable to register ./KQK.nbw.emd");
+    ASSERT_GE(lines.end() - begin, 2) << engine.Transcript();
+    EXPECT_EQ(begin[1].rfind("Reason: ", 0), 0u) << begin[1];
+    lines.erase(lines.begin(), begin + 2);
+    const std::vector<std::string> expected = {"Tried to open 1 files. Opened 0 files.", "EGTB files not found"};
+    EXPECT_EQ(lines, expected);
+
+    EngineProcess without({{"Corvantis.ini", "EGTBPath = .\nUseEGTB = off\n"}, table});
+    EXPECT_EQ(without.Start().back(), "");
 }
 
 // Each way of asking for the end must give status 0.

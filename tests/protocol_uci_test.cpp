@@ -174,6 +174,41 @@ class UciOptions : public ::testing::TestWithParam<Dialogue> {};
 TEST_P(UciOptions, Dialogue) { RunDialogue(GetParam()); }
 INSTANTIATE_TEST_SUITE_P(Protocol, UciOptions, ::testing::ValuesIn(option_dialogues));
 
+TEST(UciTablebases, AreLookedForWhereverTheyAreSaidToBe) {
+    RunDialogue({"a file that is no table", R"(
+        > uci
+        < uciok
+        > setoption name NalimovPath value .
+        < \*\*\* Unable to register \./kpk\.NBB
+        < Reason: .*
+        < Tried to open 1 files\. Opened 0 files\.
+        > setoption name NalimovPath value ./kpk.NBB
+        < .*folder \./kpk\.NBB.*
+        > setoption name NalimovPath value c:\tablebases\
+        - .*
+        > position fen 8/8/8/8/8/2k5/p7/K7 b - - 0 1
+        > go depth 6
+        < bestmove .*)"},
+                {{"kpk.NBB", "not a tablebase"}});
+}
+
+// The tables that are made with the engine. 28 moves is the longest mate with a pawn.
+TEST(UciTablebases, OfThreeMenAreUsed) {
+    const std::string script = "> uci\n< uciok\n> setoption name NalimovPath value " CORVANTIS_TABLES R"(
+        < .*[/\\]kbk\.nbb\.emd registered
+        < .*[/\\]krk\.nbw\.emd registered
+        < Tried to open 10 files\. Opened 10 files\.
+        > egtbstat
+        < 3 piece EGTB files found
+        < [1-9]\d*kb of RAM used for TB indices and decompression tables
+        > position fen 8/8/8/1k6/8/8/K5P1/8 w - - 0 1
+        > go depth 6
+        < info .*score mate 28 .*
+        < info .* tbhits [1-9].*
+        < bestmove .*)";
+    RunDialogue({"the longest mate of king and pawn", script.c_str()});
+}
+
 // Positions: what follows "position", and the board that must result.
 struct PositionCase {
     const char* why;

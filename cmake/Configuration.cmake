@@ -1,0 +1,16 @@
+# Writes a configuration file in which the folder of the tablebases is set and all else is a remark.
+#
+#   cmake -DSAMPLE=Corvantis.ini.sample -DFOLDER=tablebases -DOUTPUT=Corvantis.ini [-DKEEP=ON] -P Configuration.cmake
+#
+# With KEEP an existing file stays as it is: it may be somebody's own.
+if(KEEP AND EXISTS "${OUTPUT}")
+    return()
+endif()
+file(READ "${SAMPLE}" text)
+set(remark [[;EGTBPath = c:\tablebases\]])
+string(FIND "${text}" "${remark}" place)
+if(place EQUAL -1)
+    message(FATAL_ERROR "${SAMPLE} has no line \"${remark}\"")
+endif()
+string(REPLACE "${remark}" "EGTBPath = ${FOLDER}" text "${text}")
+file(WRITE "${OUTPUT}" "${text}")
