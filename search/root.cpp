@@ -32,6 +32,8 @@ namespace {
 constexpr int LastIteration = 99;
 constexpr int FullWindowIterations = 3;  // the single-line loop aspires after these
 constexpr int AspirationWindow = 25;
+// Beyond it lie mates, and bounds that stand for mates: no window around such a score holds.
+constexpr int DecidedScore = 20000;
 constexpr int MultiPVWindow = 40;
 constexpr int WindowGrowth = 3;
 constexpr int OpenWindow = 32701;
@@ -146,7 +148,7 @@ bool IsEasyMove(int k) {
 int AspireFirstMove(RootMove& root, int k, int previous) {
     int low = -OpenWindow, high = OpenWindow;
     int width_low = AspirationWindow, width_high = AspirationWindow;
-    if (k > FullWindowIterations && std::abs(previous) < MateBound) {
+    if (k > FullWindowIterations && std::abs(previous) < DecidedScore) {
         low = previous - width_low;
         high = previous + width_high;
     }
@@ -159,14 +161,14 @@ int AspireFirstMove(RootMove& root, int k, int previous) {
             root.score = score;
             ReportProgress(k, score, Bound::Upper, nodes_searched > QuietNodes);
             width_low *= WindowGrowth;
-            low = ++failures_low >= 3 ? -OpenWindow : previous - width_low;
+            low = ++failures_low >= 3 || score < -DecidedScore ? -OpenWindow : previous - width_low;
         } else if (score >= high && high < OpenWindow) {
             root_in_trouble = true;
             root.score = score;
             KeepLine(root);
             ReportProgress(k, score, Bound::Lower, nodes_searched > QuietNodes);
             width_high *= WindowGrowth;
-            high = ++failures_high >= 3 ? OpenWindow : previous + width_high;
+            high = ++failures_high >= 3 || score > DecidedScore ? OpenWindow : previous + width_high;
         } else {
             return score;
         }
