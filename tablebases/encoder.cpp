@@ -7,13 +7,12 @@
 #include "tablebases/encoder.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <thread>
 
 #include "tablebases/codec.h"
+#include "tablebases/parallel.h"
 
 namespace {
 
@@ -67,18 +66,6 @@ struct Sequences {
 
     int Bytes(int b) const { return int(std::min(size_t(block), bytes.size() - size_t(b) * size_t(block))); }
 };
-
-// Runs work(item) for all items below count. What it does must not depend on their order.
-template <typename Work> void InParallel(int count, int threads, Work work) {
-    std::atomic<int> next{0};
-    const auto run = [&] {
-        for (int i = next++; i < count; i = next++) work(i);
-    };
-    std::vector<std::thread> others;
-    for (int t = 1; t < std::min(threads, count); ++t) others.emplace_back(run);
-    run();
-    for (std::thread& t : others) t.join();
-}
 
 std::vector<uint64_t> CountSymbols(const Sequences& s, int symbols) {
     std::vector<uint64_t> counts(size_t(symbols), 0);
@@ -365,7 +352,8 @@ std::vector<uint32_t> Costs(const std::vector<uint64_t>& counts) {
 
 void CutAll(Sequences& s, const Spelling& spelling, const std::vector<uint32_t>& costs, int threads) {
     const CuttingTree tree = PlantTree(spelling, costs);
-    InParallel(int(s.length.size()), threads, [&](int b) {
+    ForEachItem(threads, s.length.size(), [&](uint64_t item) {
+        const int b = int(item);
         const size_t at = size_t(b) * size_t(s.block);
         s.length[size_t(b)] = CutBlock(tree, s.bytes.data() + at, s.Bytes(b), s.symbols.data() + at);
     });
@@ -595,7 +583,7 @@ std::vector<std::vector<uint8_t>> PackBlocks(const Encoder& e, uint8_t* bytes, u
         code *= 2;
     }
     std::vector<std::vector<uint8_t>> packed((count + uint64_t(block) - 1) / uint64_t(block));
-    InParallel(int(packed.size()), threads, [&](int b) {
+    ForEachItem(threads, packed.size(), [&](uint64_t b) {
         uint8_t* const from = bytes + uint64_t(b) * uint64_t(block);
         const int size = int(std::min(uint64_t(block), count - uint64_t(b) * uint64_t(block)));
         if (OneByteAlone(from, size)) {

@@ -20,9 +20,9 @@
 #include <mutex>
 #include <set>
 #include <system_error>
-#include <thread>
 
 #include "tablebases/loaded_tables.h"
+#include "tablebases/parallel.h"
 #include "tablebases/table_moves.h"
 #include "tablebases/table_writer.h"
 
@@ -45,20 +45,7 @@ constexpr bool IsCounting(State s) { return (s & Counting) != 0; }
 constexpr int MovesOf(State s) { return s & 0x1FFF; }
 constexpr State CountingState(int moves, int loss) { return State(Counting | moves << 8 | loss); }
 
-// ---- threads ----
-
-// Calls work(first, last) for pieces of 0 .. count, by so many threads at once.
-template <typename Work> void InParallel(int threads, uint64_t count, const Work& work) {
-    constexpr uint64_t Piece = 1 << 14;
-    std::atomic<uint64_t> next = 0;
-    const auto run = [&] {
-        for (uint64_t first; (first = next.fetch_add(Piece)) < count;) work(first, std::min(first + Piece, count));
-    };
-    std::vector<std::thread> others;
-    for (int i = 1; i < threads; ++i) others.emplace_back(run);
-    run();
-    for (std::thread& thread : others) thread.join();
-}
+constexpr uint64_t Piece = 1 << 14;  // slots that a thread takes at a time
 
 // ---- progress ----
 
@@ -193,7 +180,7 @@ template <typename Enter> void Spread(Solver& solver, State result, const Enter&
         const TableIndex& before_index = solver.index[side ^ 1];
         State* const states = solver.states[side].get();
         State* const before_states = solver.states[side ^ 1].get();
-        InParallel(solver.threads, index.slots, [&](uint64_t first, uint64_t last) {
+        InPieces(solver.threads, index.slots, Piece, [&](uint64_t first, uint64_t last) {
             for (uint64_t slot = first; slot < last; ++slot) {
                 if (std::atomic_ref<State>(states[slot]).load(std::memory_order_relaxed) != result) continue;
                 TablePosition position;
@@ -215,7 +202,7 @@ void Solve(Solver& solver, Progress& progress) {
         const TableIndex& index = solver.index[side];
         State* const states = solver.states[side].get();
         std::atomic<uint64_t> done = 0;
-        InParallel(solver.threads, index.slots, [&](uint64_t first, uint64_t last) {
+        InPieces(solver.threads, index.slots, Piece, [&](uint64_t first, uint64_t last) {
             for (uint64_t slot = first; slot < last; ++slot) states[slot] = FirstState(solver, index, slot);
             done += last - first;
             static std::mutex telling;
@@ -238,13 +225,14 @@ TableValue ValueOfState(State state) {
     return IsLost(state) ? TableValue(-(MovesOf(state) + 1)) : TableValue(0);
 }
 
-void Count(TableStatistics* statistics, int side, TableValue value, const TablePosition& position) {
+// True when this is the longest mate so far.
+bool Count(TableStatistics* statistics, int side, TableValue value) {
     if (value == 0) ++statistics->draws[side];
     else if (value < 0) ++statistics->losses[side];
     else ++statistics->wins[side];
-    if (value <= statistics->longest[side]) return;
+    if (value <= statistics->longest[side]) return false;
     statistics->longest[side] = value;
-    statistics->example[side] = position;
+    return true;
 }
 
 // Turns the states into bytes, in the same memory, and lists the values that they stand for.
@@ -274,8 +262,7 @@ bool StatesToBytes(Solver& solver, Colour side, std::vector<TableValue>* values,
             continue;
         }
         const TableValue value = ValueOfState(state);
-        if (value > statistics->longest[side]) longest_slot = slot;
-        Count(statistics, side, value, position);
+        if (Count(statistics, side, value)) longest_slot = slot;
         int& byte = number[value + Offset];
         if (byte < 0) {
             if (values->size() == UnusedSlot) return false;
@@ -298,6 +285,12 @@ bool BuildIndexes(const std::string& material, TableIndex index[2], std::string*
     if (BuildTableIndex(men, WHITE, &index[WHITE]) && BuildTableIndex(men, BLACK, &index[BLACK])) return true;
     *reason = "memory is short";
     return false;
+}
+
+// The tables below the one that was made or checked last: the next one often needs them too.
+Conversions& LoadedConversions() {
+    static Conversions conversions;
+    return conversions;
 }
 
 }  // namespace
@@ -367,10 +360,10 @@ uint64_t TableMemory(const std::string& material) {
 
 bool MakeTable(const TableJob& job, const std::string& material, TableStatistics* statistics, std::string* reason) {
     *statistics = {};
-    static Conversions conversions;
     Solver solver;
+    Conversions& conversions = LoadedConversions();
     solver.conversions = &conversions;
-    solver.threads = std::max(job.threads, 1);
+    solver.threads = job.threads;
     if (!BuildIndexes(material, solver.index, reason)
         || !conversions.Load(job.folder, solver.index[WHITE].material, reason))
         return false;
@@ -405,7 +398,7 @@ bool MakeTable(const TableJob& job, const std::string& material, TableStatistics
 
 bool VerifyTable(const TableJob& job, const std::string& material, TableStatistics* statistics, std::string* reason) {
     *statistics = {};
-    static Conversions conversions;
+    Conversions& conversions = LoadedConversions();
     LoadedTable table;
     TableIndex index[2];
     if (!BuildIndexes(material, index, reason) || !LoadTable(job.folder, material, &table, reason)
@@ -417,7 +410,7 @@ bool VerifyTable(const TableJob& job, const std::string& material, TableStatisti
     std::atomic<bool> wrong = false;
     const auto value_of = [&](Colour side, uint64_t slot) { return table.values[side][table.bytes[side][slot]]; };
     for (const Colour side : {WHITE, BLACK}) {
-        InParallel(std::max(job.threads, 1), index[side].slots, [&](uint64_t first, uint64_t last) {
+        InPieces(job.threads, index[side].slots, Piece, [&](uint64_t first, uint64_t last) {
             TableStatistics piece = {};
             TablePosition position;
             for (uint64_t slot = first; slot < last && !wrong; ++slot) {
@@ -445,7 +438,7 @@ bool VerifyTable(const TableJob& job, const std::string& material, TableStatisti
                     *reason = material + ": " + TableFen(position) + " is " + std::to_string(value) + ", not "
                         + std::to_string(expected) + " (n: mate in n moves, -(n + 1): mated in n)";
                 }
-                if (own == slot) Count(&piece, side, value, position);
+                if (own == slot && Count(&piece, side, value)) piece.example[side] = position;
             }
             const std::lock_guard<std::mutex> lock(telling);
             statistics->wins[side] += piece.wins[side];
