@@ -2,8 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <set>
+#include <sstream>
 
 #include "board/position.h"
 #include "tablebases/registry.h"
@@ -115,6 +118,25 @@ TEST(TablebaseGenerator, VerifyingFindsAWrongValue) {
     ASSERT_TRUE(WriteTableFile(TablePath(tables.Job(), "kqk", WHITE), contents, true, 1, &reason)) << reason;
     EXPECT_FALSE(VerifyTable(tables.Job(), "kqk", &statistics, &reason));
     EXPECT_NE(reason.find("kqk: "), std::string::npos) << reason;
+}
+
+// The page on the format shows the first bytes of a file, 16 a line behind their place.
+TEST(TablebaseGenerator, TheWorkedExampleIsTrue) {
+    const TableFolder tables({"kqk"});
+    std::ifstream file(TablePath(tables.Job(), "kqk", WHITE), std::ios::binary);
+    const std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::ifstream page(CORVANTIS_SOURCE_DIR "/doc/tablebases.md");
+    int lines = 0;
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("    " + std::to_string(lines) + "0  ", 0) != 0) continue;
+        std::istringstream words(line.substr(8));
+        for (int i = 0, byte; i < 16; ++i) {
+            ASSERT_TRUE(words >> std::hex >> byte) << line;
+            EXPECT_EQ(byte, uint8_t(bytes.at(size_t(16 * lines + i)))) << line;
+        }
+        ++lines;
+    }
+    EXPECT_EQ(lines, 5);
 }
 
 TEST(TablebaseGenerator, OrderAndNamesOfWhatIsMade) {
