@@ -60,8 +60,8 @@ constexpr int SmallUnits = 11, DeadMaterial = 600, PawnlessDepth = 2 * ONE_PLY;
 constexpr int DeepeningPvWindow = 50, DeepeningWindow = 100;
 constexpr int MaxTried = 256;
 constexpr int TablebaseScoreLimit = 32401;
-// What the tables say holds at any depth. Stored so much deeper than the node, it need not be asked for again in
-// the next iterations, and still makes room one day.
+// What the tables say holds at any depth. Stored so much deeper than the node, it serves the next six
+// iterations and can still be replaced.
 constexpr int TablebaseDepth = 6 * ONE_PLY;
 constexpr int LearnedMaxHistory = 120, LearnedMaxFifty = 70, LearnedMinUnits = 15;
 
@@ -83,10 +83,10 @@ bool HasCannotWinFlag(const MaterialRecord* material, Colour c) {
     return material != nullptr && (material->flags[c] & 1) != 0;
 }
 
-// Does the evaluation score this material as won or drawn? Drawn when nobody can win. Up to four
+// Does the evaluation score this kind of material as won or drawn? Drawn when nobody can win. Up to four
 // men without pawns are judged by their kinds, king and pawn against king exactly, and a bare king
 // is lost against a rook or queen, whatever else there is.
-bool IsKnown(const MaterialRecord* material) {
+bool IsJudgedByEvaluation(const MaterialRecord* material) {
     const Position& p = thread_board;
     if (HasCannotWinFlag(material, WHITE) && HasCannotWinFlag(material, BLACK)) return true;
     const bool pawns = (p.pieces[PAWN][WHITE] | p.pieces[PAWN][BLACK]) != 0;
@@ -231,7 +231,8 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
         const Move last = history_count > 0 ? game_history[history_count - 1].move : 0;
         const bool under_promotion = MovePromotion(last) != EMPTY && MovePromotion(last) != QUEEN;
         int score;
-        if ((ply < 2 || depth >= 4 * ONE_PLY || (!under_promotion && !IsKnown(material))) && ProbeTablebase(&score)) {
+        if ((ply < 2 || depth >= 4 * ONE_PLY || (!under_promotion && !IsJudgedByEvaluation(material)))
+            && ProbeTablebase(&score)) {
             if (std::abs(score) >= TablebaseScoreLimit) score = score > 0 ? score + 1 - ply : score + ply;
             ++tablebase_hits;
             StoreTable(depth + TablebaseDepth, 0, score, BoundExact, 0, probe.flags, ply);

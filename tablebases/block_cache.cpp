@@ -40,8 +40,8 @@ constinit size_t place_count = 1;
 constinit uint32_t chain_mask = 0;  // number of chains, a power of two, - 1
 constinit uint32_t newest = 0;
 
-// The multiplication (by 2^64 over the golden ratio) brings the table's number, which stands in
-// the highest bits, and the block's, which stands in the lowest, together in the middle.
+// The shift brings the table's number down to the block's, the multiplication (by 2^64 over the
+// golden ratio) mixes them.
 uint32_t* ChainOf(uint64_t key) {
     const uint64_t mixed = (key ^ key >> 32) * 0x9E3779B97F4A7C15ULL;
     return &chains[uint32_t(mixed >> 32) & chain_mask];

@@ -1,7 +1,7 @@
 // drives_windows.cpp - see drives.h.
 //
-// Tables used to come on compact discs, whose letter differs from machine to machine; hence the
-// search. A drive without a disc must not ask the user for one.
+// A folder may lie on a removable disk, whose letter differs from machine to machine; hence the
+// search. A drive without a disk must not ask the user for one.
 #include "tablebases/drives.h"
 
 #ifdef _WIN32

@@ -305,12 +305,25 @@ bool TableIsMade(const TableJob& job, const std::string& material) {
     if (!BuildIndexes(material, index, &reason)) return false;
     for (const Colour side : {WHITE, BLACK}) {
         TableFile file;
-        if (!OpenTableFile(ExistingTablePath(job.folder, material, side), material, side, index[side].slots, &file,
-                           &reason))
-            return false;
+        const std::string path = ExistingTablePath(job.folder, material, side);
+        if (!OpenTableFile(path, material, side, index[side].slots, &file, &reason)) return false;
+        uint8_t bytes[TableBlock];
+        bool good = true;
+        for (uint64_t block = 0; good && block < TableBlocks(index[side].slots); ++block)
+            good = ReadTableBlock(file, block, bytes);
         CloseTableFile(&file);
+        if (!good) return false;
     }
     return true;
+}
+
+std::string ForeignTable(const TableJob& job, const std::string& material) {
+    for (const Colour side : {WHITE, BLACK}) {
+        const std::string path = TablePath(job, material, side);
+        std::error_code error;
+        if (std::filesystem::exists(path, error) && !IsTableFile(path)) return path;
+    }
+    return "";
 }
 
 std::vector<std::string> AllMaterials(int men) {
@@ -374,6 +387,7 @@ bool MakeTable(const TableJob& job, const std::string& material, TableStatistics
             return false;
         }
     }
+    conversions.Forget(material);
     Progress progress(job, material);
     Solve(solver, progress);
     if (solver.too_long) {
@@ -401,8 +415,8 @@ bool VerifyTable(const TableJob& job, const std::string& material, TableStatisti
     Conversions& conversions = LoadedConversions();
     LoadedTable table;
     TableIndex index[2];
-    if (!BuildIndexes(material, index, reason) || !LoadTable(job.folder, material, &table, reason)
-        || !conversions.Load(job.folder, index[WHITE].material, reason))
+    if (!BuildIndexes(material, index, reason) || !conversions.Load(job.folder, index[WHITE].material, reason)
+        || !LoadTable(job.folder, material, &table, reason))
         return false;
     Progress progress(job, material);
     std::mutex telling;
@@ -416,6 +430,8 @@ bool VerifyTable(const TableJob& job, const std::string& material, TableStatisti
             for (uint64_t slot = first; slot < last && !wrong; ++slot) {
                 if (!PositionOfSlot(index[side], slot, &position) || !IsTablePosition(position)) continue;
                 const uint64_t own = OwnSlot(index[side], position);
+                // Of two pawns that can capture en passant only one makes a slot that is used.
+                if (position.en_passant != NoEnPassant && own != slot) continue;
                 // The best of the moves: the shortest win, else a draw, else the longest loss.
                 bool any = false, draw = false;
                 int win = 0, loss = 0;
@@ -458,9 +474,7 @@ bool VerifyTable(const TableJob& job, const std::string& material, TableStatisti
 std::string TableFen(const TablePosition& position) {
     char board[64];
     std::memset(board, 0, sizeof board);
-    const char* letters =
-        " kn"
-        "p rbq";
+    const char* letters = " knp rbq";  // [PieceType]
     for (int side = 0; side < 2; ++side) {
         const auto put = [&](int square, int type) {
             board[square] = char(side == WHITE ? letters[type] - 'a' + 'A' : letters[type]);

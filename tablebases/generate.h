@@ -13,7 +13,7 @@
 #include "tablebases/table_index.h"
 
 // The materials to make, in an order in which each finds what it depends on: `names`, which are
-// materials of 3 to 5 men in the tables' orientation, and everything below them.
+// materials in the tables' orientation (other names are left out), and everything below them.
 std::vector<std::string> TablesToMake(const std::vector<std::string>& names);
 std::vector<std::string> AllMaterials(int men);  // in the tables' orientation
 
@@ -33,16 +33,19 @@ struct TableStatistics {
 
 // The file of a material and a side to move.
 std::string TablePath(const TableJob& job, const std::string& material, Colour side_to_move);
-// True when both files of the material are there and their heads are right.
+// True when both files of the material are there and nothing in them is damaged.
 bool TableIsMade(const TableJob& job, const std::string& material);
-// Bytes of memory that MakeTable() needs at most.
+// The name of a file that is in the way of the material's tables and was not made by us; "" if none.
+std::string ForeignTable(const TableJob& job, const std::string& material);
+// Bytes of memory that MakeTable() and VerifyTable() need at most; 0 when that is no material.
 uint64_t TableMemory(const std::string& material);
 
 // Solves a material and writes its two files. False, with one line in *reason, when a table that
-// it depends on is missing, memory is short, or a file cannot be written.
+// it depends on is missing, there is no memory for the states or the tables below, or a file cannot
+// be written. Where smaller things find no memory the program ends.
 bool MakeTable(const TableJob& job, const std::string& material, TableStatistics* statistics, std::string* reason);
-// Computes every value of a material again from the values one move further on. False, with the
-// first difference in *reason, when one is wrong.
+// Computes every value of a material again from the values one move further on. False, with a
+// difference in *reason, when one is wrong.
 bool VerifyTable(const TableJob& job, const std::string& material, TableStatistics* statistics, std::string* reason);
 
 // The position as FEN.

@@ -9,9 +9,8 @@
 
 std::string ExistingTablePath(const std::string& folder, const std::string& material, Colour side_to_move) {
     const std::string plain = folder + "/" + material + (side_to_move == WHITE ? ".nbw" : ".nbb");
-    const std::string packed = plain + ".emd";
     std::error_code error;
-    return std::filesystem::exists(plain, error) && !std::filesystem::exists(packed, error) ? plain : packed;
+    return std::filesystem::exists(plain, error) ? plain : plain + ".emd";
 }
 
 bool LoadTable(const std::string& folder, const std::string& material, LoadedTable* table, std::string* reason) {
@@ -80,6 +79,8 @@ std::vector<TableMaterial> DirectConversions(const TableMaterial& material) {
 }
 
 bool Conversions::Load(const std::string& folder, const TableMaterial& material, std::string* reason) {
+    if (from != folder) entries.clear();
+    from = folder;
     std::vector<std::string> wanted;
     for (const TableMaterial& m : DirectConversions(material)) wanted.push_back(TableMaterialName(m));
     std::erase_if(entries, [&](const std::unique_ptr<Entry>& entry) {
@@ -99,6 +100,10 @@ bool Conversions::Load(const std::string& folder, const TableMaterial& material,
         by_code[SideCode(men.count[WHITE])][SideCode(men.count[BLACK])] = &(*entry)->table;
     }
     return true;
+}
+
+void Conversions::Forget(const std::string& material) {
+    std::erase_if(entries, [&](const std::unique_ptr<Entry>& entry) { return entry->name == material; });
 }
 
 static int PlaceOfType(int type) {

@@ -23,15 +23,18 @@ template <typename T> std::unique_ptr<T[]> TryAllocate(uint64_t count) {
 
 // Reads both files of a material from a folder. False, with one line in *reason, on failure.
 bool LoadTable(const std::string& folder, const std::string& material, LoadedTable* table, std::string* reason);
-// "folder/kqk.nbw.emd" or, when only that is there, "folder/kqk.nbw".
+// "folder/kqk.nbw" when that is there, as the engine prefers it, else "folder/kqk.nbw.emd".
 std::string ExistingTablePath(const std::string& folder, const std::string& material, Colour side_to_move);
 
 // The tables that conversions of one material lead to, found by the men that are left.
 class Conversions {
 public:
-    // Loads what `material` depends on and is not loaded yet, frees the rest.
+    // Loads what `material` depends on and is not loaded yet from this folder, frees the rest.
     bool Load(const std::string& folder, const TableMaterial& material, std::string* reason);
-    // The value of a position with fewer men or fewer pawns, for its side to move.
+    // Forgets a material whose files are written anew.
+    void Forget(const std::string& material);
+    // The value for its side to move of a position that a capture or promotion has made of the
+    // material given to Load().
     TableValue ValueOf(const TablePosition& position) const;
 
 private:
@@ -39,6 +42,7 @@ private:
         std::string name;
         LoadedTable table;
     };
+    std::string from;  // the folder
     std::vector<std::unique_ptr<Entry>> entries;
     const LoadedTable* by_code[SideCodes][SideCodes] = {};  // in the tables' orientation
 };

@@ -255,4 +255,7 @@ void SwitchOffTable(uint32_t number, uint64_t block) {
     CloseTableFile(&table.file);
     table.in_use = false;
     FillTableOf();
+    tablebase_men = 0;
+    for (const auto& other : tables)
+        if (other->in_use) tablebase_men = std::max(tablebase_men, MenCount(other->material));
 }

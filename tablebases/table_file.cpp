@@ -100,6 +100,15 @@ bool OpenTableFile(const std::string& path, const std::string& material, Colour 
     return false;
 }
 
+bool IsTableFile(const std::string& path) {
+    std::FILE* const file = OpenForReading(path.c_str());
+    if (file == nullptr) return false;
+    uint8_t start[HeadVersion];
+    const bool ours = ReadAll(file, 0, start, sizeof start) && std::memcmp(start, TableMagic, HeadVersion) == 0;
+    std::fclose(file);
+    return ours;
+}
+
 void CloseTableFile(TableFile* table) {
     if (table->file != nullptr) std::fclose(table->file);
     *table = TableFile();

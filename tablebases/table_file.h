@@ -40,6 +40,8 @@ struct TableFile {
 bool OpenTableFile(const std::string& path, const std::string& material, Colour side_to_move, uint64_t slots,
                    TableFile* table, std::string* reason);
 void CloseTableFile(TableFile* table);
+// Does the file begin as ours do, whatever else is in it?
+bool IsTableFile(const std::string& path);
 // Bytes of memory that the open table holds besides *table itself.
 size_t TableFileMemory(const TableFile& table);
 

@@ -32,7 +32,8 @@ constexpr int MenCount(const TableMaterial& m) {
 bool ParseTableMaterial(const std::string& name, TableMaterial* material);
 std::string TableMaterialName(const TableMaterial& material);
 
-// A side's men besides the king as one number below SideCodes; different for different men.
+// A side's men besides the king, at most MaxSideMen, as one number below SideCodes; different for
+// different men.
 constexpr int SideCodes = 126;
 int SideCode(const uint8_t count[TableTypes]);
 // Turns a material around when its White is not the stronger side; true when it did.

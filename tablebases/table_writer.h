@@ -12,7 +12,7 @@
 struct TableContents {
     std::string material;  // "kbnk"
     Colour side_to_move;
-    std::vector<TableValue> values;  // at most 255; the file's list
+    std::vector<TableValue> values;  // at most 255, as byte 255 is UnusedSlot; the file's list
     const uint8_t* bytes;            // [slot]: numbers into values, or UnusedSlot
     uint64_t slots;
 };

@@ -16,6 +16,7 @@
 #include "tablebases/encoder.h"
 #include "tablebases/table_file.h"
 #include "tablebases/table_writer.h"
+#include "tests/support/temporary_path.h"
 #include "tools/common/random.h"
 
 namespace {
@@ -42,8 +43,7 @@ Bytes Random(uint64_t slots, int values) {
 class TablebaseFile : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder_ = std::filesystem::temp_directory_path()
-            / (std::string("corvantis-") + ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        folder_ = TemporaryPath("");
         std::filesystem::remove_all(folder_);
         std::filesystem::create_directory(folder_);
         path_ = (folder_ / "kqk.nbw.emd").string();
@@ -327,10 +327,39 @@ TEST(TablebaseCodec, AnyBytesAreUnpackedToGoodOnesOrRefused) {
             const bool done = DecodeBlock(dictionary, packed.data(), size, unpacked.data(), count);
             ++(done ? good : refused);
             ASSERT_TRUE(!done || *std::max_element(unpacked.begin(), unpacked.end()) <= 1);
+            // Nothing may follow the last code.
+            packed.push_back(0);
+            ASSERT_FALSE(done && DecodeBlock(dictionary, packed.data(), size + 1, unpacked.data(), count));
         }
     }
     EXPECT_GT(good, 100);
     EXPECT_GT(refused, 100);
+}
+
+// Blocks whose checksum is right but whose bytes are no values.
+TEST_F(TablebaseFile, BytesWithoutAValueAreRefused) {
+    constexpr uint64_t Slots = 100;
+    for (const bool one_byte : {false, true}) {
+        Write(one_byte ? Bytes(Slots, 1) : Random(Slots, 2), 2, false);
+        ASSERT_EQ(Open(Slots), "");
+        Bytes file = FileBytes(), read(TableBlock);
+        uint8_t* const entry = file.data() + table_.block_list;
+        const uint64_t place = file.size() - Slots;
+        const uint8_t* stored = file.data() + place;
+        size_t size = Slots;
+        if (one_byte) {
+            std::fill_n(entry, BlockEntryLength + 2, uint8_t(0));
+            entry[0] = 2;
+            stored = nullptr, size = 0;
+        } else {
+            file[place + 50] = 2;
+        }
+        const uint32_t checksum = TableBlockChecksum(table_.mark, 0, entry, stored, size);
+        for (int i = 0; i < 4; ++i) entry[BlockEntryChecksum + i] = uint8_t(checksum >> (8 * i));
+        Put(file);
+        ASSERT_EQ(Open(Slots), "");
+        EXPECT_FALSE(ReadTableBlock(table_, 0, read.data())) << one_byte;
+    }
 }
 
 TEST_F(TablebaseFile, WhatCannotBeWrittenLeavesEverythingAsItWas) {

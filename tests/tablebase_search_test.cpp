@@ -1,8 +1,6 @@
 // tablebase_search_test.cpp - the search with tablebases: exact distances, shortest mates.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <filesystem>
 #include <map>
 #include <set>
 #include <string>
@@ -87,10 +85,6 @@ TEST_F(SlowTablebases, FourMen) {
         if (longest.count(name)) {
             EXPECT_EQ(statistics.longest[WHITE], longest.at(name)) << name;
         }
-        uintmax_t size = 0;
-        for (const Colour side : {WHITE, BLACK})
-            size += std::filesystem::file_size(TablePath(tables.Job(), name, side));
-        std::printf("%s %ju bytes\n", name.c_str(), size);
     }
     UseTables(tables);
     const std::vector<std::string> three = AllMaterials(3);
