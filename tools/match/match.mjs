@@ -1,0 +1,187 @@
+#!/usr/bin/env node
+// Plays a match between two engines and prints the Elo difference of the first over the second.
+// The rules of chess (legality, mate, the draw rules) come from chess.js; the engines are trusted with nothing.
+import { Chess } from 'chess.js';
+import { readFileSync, appendFileSync } from 'node:fs';
+import { Engine, EngineError } from './engine.mjs';
+import { Tally } from './stats.mjs';
+
+const USAGE = `node match.mjs --engine NAME=..,cmd=..[,proto=uci|xboard][,dir=..][,arg=..][,option.NAME=VALUE][,init=LINE][,nodes=N] (twice)
+  one limit:  --tc [MOVES/]SECONDS[+INCREMENT] | --movetime MS | --nodes N | --depth N
+  --games N (100)      --concurrency N (1)     --openings FILE.epd|.tsv|.pgn   --plies N (of .tsv/.pgn lines, 10)
+  --sprt ELO0,ELO1     --pgn FILE (appended)   --adjudicate   --ponder (UCI)   --margin MS (100)   --seed N (1)   --log`;
+
+function options(argv) {
+  const o = { engine: [], games: 100, concurrency: 1, plies: 10, margin: 100, seed: 1 };
+  for (let i = 0; i < argv.length; i++) {
+    const key = argv[i].replace(/^--/, '');
+    if (['adjudicate', 'log', 'ponder'].includes(key)) o[key] = true;
+    else if (key === 'engine') o.engine.push(argv[++i]);
+    else if (['games', 'concurrency', 'plies', 'margin', 'seed', 'nodes', 'depth', 'movetime'].includes(key)) o[key] = Number(argv[++i]);
+    else if (['tc', 'openings', 'sprt', 'pgn'].includes(key)) o[key] = argv[++i];
+    else throw new Error(`unknown option ${argv[i]}`);
+  }
+  if (o.engine.length !== 2) throw new Error('two --engine are needed');
+  const clock = { nodes: o.nodes, depth: o.depth, movetime: o.movetime };
+  if (o.tc) { const [all, inc] = o.tc.split('+'); const [period, seconds] = all.includes('/') ? all.split('/') : [0, all]; const base = seconds; clock.period = Number(period); clock.base = Number(base) * 1000; clock.inc = Number(inc || 0) * 1000; }
+  if (!(clock.base || clock.nodes || clock.depth || clock.movetime)) throw new Error('a limit is needed');
+  clock.ponder = o.ponder;
+  return { ...o, clock, engines: o.engine.map((text) => engineSpec(text, o.log)) };
+}
+
+function engineSpec(text, log) {
+  const spec = { proto: 'uci', args: [], options: {}, init: [], log };
+  for (const part of text.split(',')) {
+    const [k, ...v] = part.split('=');
+    const value = v.join('=');
+    if (k.startsWith('option.')) spec.options[k.slice(7)] = value;
+    else if (k === 'arg') spec.args.push(value);
+    else if (k === 'init') spec.init.push(value);
+    else if (k === 'nodes') spec.nodes = Number(value);
+    else spec[k.toLowerCase()] = value;
+  }
+  if (!spec.cmd) throw new Error(`no cmd= in ${text}`);
+  spec.name ??= spec.cmd.split('/').pop();
+  return spec;
+}
+
+// Openings: positions (.epd), named lines (.tsv whose last column is movetext) or games (.pgn, cut after --plies).
+function openings(file, plies, seed) {
+  let list = [{ fen: null, moves: [] }];
+  if (file) {
+    const text = readFileSync(file, 'utf8');
+    const lines = text.split(/\r?\n/).filter(Boolean);
+    if (file.endsWith('.epd') || file.endsWith('.fen')) list = lines.map((l) => ({ fen: epdToFen(l), moves: [] }));
+    else {
+      const texts = file.endsWith('.tsv') ? lines.slice(1).map((l) => l.split('\t').pop()) : text.split(/\n(?=\[Event )/).map((g) => g.replace(/\[[^\]]*\]/g, ''));
+      list = texts.map((t) => line(t, plies)).filter((o) => o.moves.length >= Math.min(plies, 4));
+    }
+  }
+  // A seeded shuffle (mulberry32), so that a match can be played again.
+  let s = seed >>> 0;
+  const random = () => { s = (s + 0x6D2B79F5) | 0; let t = Math.imul(s ^ (s >>> 15), 1 | s); t = (t + Math.imul(t ^ (t >>> 7), 61 | t)) ^ t; return ((t ^ (t >>> 14)) >>> 0) / 4294967296; };
+  for (let i = list.length - 1; i > 0; i--) { const j = Math.floor(random() * (i + 1)); [list[i], list[j]] = [list[j], list[i]]; }
+  return list;
+}
+function epdToFen(l) {
+  const f = l.split(/[;\s]+/);
+  const [half, full] = /^\d+$/.test(f[4] ?? '') ? [f[4], /^\d+$/.test(f[5] ?? '') ? f[5] : '1'] : ['0', '1'];
+  return `${f[0]} ${f[1]} ${f[2] ?? '-'} ${f[3] ?? '-'} ${half} ${full}`;
+}
+function line(text, plies) {
+  const board = new Chess();
+  const moves = [];
+  for (const token of text.replace(/\{[^}]*\}|\([^)]*\)|\$\d+/g, ' ').replace(/\d+\.(\.\.)?/g, ' ').split(/\s+/)) {
+    if (!token || moves.length >= plies || /^(1-0|0-1|1\/2-1\/2|\*)$/.test(token)) continue;
+    try { moves.push(board.move(token).lan); } catch { break; }
+  }
+  return { fen: null, moves };
+}
+
+// One game; white and black are started Engines. Answers {points for white, reason, board}.
+async function play(white, black, opening, o) {
+  const board = new Chess(opening.fen ?? undefined);
+  const moves = [];
+  for (const m of opening.moves) { board.move({ from: m.slice(0, 2), to: m.slice(2, 4), promotion: m[4] }); moves.push(m); }
+  const players = { w: white, b: black };
+  const left = { w: o.clock.base, b: o.clock.base };
+  const made = { w: 0, b: 0 };   // moves each side has made on the clock, for repeating controls
+  for (const e of [white, black]) await e.newGame(opening.fen, moves, o.clock);
+  let quiet = 0, decided = 0;
+  const end = (points, reason, fault) => { const text = points === 1 ? '1-0' : points === 0 ? '0-1' : '1/2-1/2'; white.result(text); black.result(text); return { points, reason, fault, board }; };
+  for (;;) {
+    const side = board.turn(), other = side === 'w' ? 'b' : 'w';
+    const lost = side === 'w' ? 0 : 1;
+    if (board.isCheckmate()) return end(lost, 'mate');
+    if (board.isStalemate()) return end(0.5, 'stalemate');
+    if (board.isInsufficientMaterial()) return end(0.5, 'material');
+    if (board.isThreefoldRepetition()) return end(0.5, 'repetition');
+    if (board.isDrawByFiftyMoves()) return end(0.5, 'fifty moves');
+    if (moves.length > 800) return end(0.5, 'length');
+    const engine = players[side];
+    let answer;
+    try { answer = await engine.think(opening.fen, moves, o.clock, { own: left[side], other: left[other], toGo: o.clock.period ? o.clock.period - made[side] % o.clock.period : 0 }, side === 'w', o.margin); } catch (e) {
+      if (!(e instanceof EngineError)) throw e;
+      return end(lost, e.message, `${engine.name}: ${e.message}`);
+    }
+    if (o.clock.base && !engine.spec.nodes) {
+      left[side] -= answer.ms;
+      if (left[side] < -o.margin) return end(lost, 'time', `${engine.name}: lost on time by ${Math.round(-left[side])} ms`);
+      made[side]++;
+      left[side] = Math.max(left[side], 1) + o.clock.inc;
+      if (o.clock.period && made[side] % o.clock.period === 0) left[side] += o.clock.base;
+    }
+    if (answer.said) {
+      if (/resign/.test(answer.said)) return end(lost, 'resigned');
+      return end(lost, answer.said, `${engine.name}: said "${answer.said}" for a move`);
+    }
+    try { board.move({ from: answer.move.slice(0, 2), to: answer.move.slice(2, 4), promotion: answer.move[4] }); } catch {
+      return end(lost, 'illegal move', `${engine.name}: illegal move ${answer.move} in ${board.fen()}`);
+    }
+    moves.push(answer.move);
+    tellNodes(engine, answer.info);
+    if (o.adjudicate && answer.info.score !== undefined) {
+      const s = answer.info.score * (side === 'w' ? 1 : -1);
+      quiet = Math.abs(s) <= 8 && moves.length > 80 ? quiet + 1 : 0;
+      decided = Math.abs(s) >= 700 && Math.sign(s) === Math.sign(decided || s) ? decided + Math.sign(s) : 0;
+      if (quiet >= 10) return end(0.5, 'adjudicated');
+      if (Math.abs(decided) >= 8) return end(decided > 0 ? 1 : 0, 'adjudicated');
+    }
+  }
+}
+const searched = {};
+function tellNodes(engine, info) {
+  const s = (searched[engine.name] ??= { moves: 0, depth: 0 });
+  s.moves++; s.depth += info.depth ?? 0;
+}
+
+async function main() {
+  let o;
+  try { o = options(process.argv.slice(2)); } catch (e) { console.error(`${e.message}\n${USAGE}`); process.exit(2); }
+  const list = openings(o.openings, o.plies, o.seed);
+  const tally = new Tally();
+  const faults = [], reasons = {};
+  const pairs = Math.ceil(o.games / 2);
+  let next = 0, stop = false;
+  const bound = Math.log(0.95 / 0.05);
+  const [elo0, elo1] = (o.sprt ?? '0,5').split(',').map(Number);
+
+  async function worker() {
+    const engines = [];
+    async function fresh(i) { engines[i]?.quit(); engines[i] = new Engine(o.engines[i]); await engines[i].start(); }
+    await fresh(0); await fresh(1);
+    while (!stop && next < pairs) {
+      const index = next++;
+      const opening = list[index % list.length];
+      let points = 0;
+      for (const first of [true, false]) {
+        for (const i of [0, 1]) if (engines[i].dead) await fresh(i);
+        const [white, black] = first ? engines : [engines[1], engines[0]];
+        const g = await play(white, black, opening, o);
+        const own = first ? g.points : 1 - g.points;
+        points += own;
+        tally.game(own);
+        reasons[g.reason] = (reasons[g.reason] ?? 0) + 1;
+        if (g.fault) { faults.push(g.fault); console.log(`FAULT ${g.fault}`); for (const i of [0, 1]) await fresh(i); }
+        if (o.pgn) {
+          g.board.setHeader('White', white.name); g.board.setHeader('Black', black.name);
+          g.board.setHeader('Result', g.points === 1 ? '1-0' : g.points === 0 ? '0-1' : '1/2-1/2'); g.board.setHeader('Termination', g.reason);
+          appendFileSync(o.pgn, g.board.pgn() + '\n\n');
+        }
+      }
+      tally.pair(points);
+      const llr = tally.llr(elo0, elo1);
+      if ((index + 1) % 5 === 0 || index + 1 === pairs) console.log(`${tally}${o.sprt ? `  LLR ${llr.toFixed(2)} (${(-bound).toFixed(2)}, ${bound.toFixed(2)})` : ''}`);
+      if (o.sprt && Math.abs(llr) >= bound) stop = true;
+    }
+    for (const e of engines) e.quit();
+  }
+  await Promise.all(Array.from({ length: o.concurrency }, worker));
+  console.log(`\n${o.engines[0].name} against ${o.engines[1].name}\n${tally}`);
+  if (o.sprt) { const llr = tally.llr(elo0, elo1); console.log(`SPRT [${elo0}, ${elo1}]: LLR ${llr.toFixed(2)} ${llr >= bound ? 'accepted' : llr <= -bound ? 'rejected' : 'undecided'}`); }
+  console.log(`ends: ${Object.entries(reasons).map(([k, v]) => `${k} ${v}`).join(', ')}`);
+  for (const [name, s] of Object.entries(searched)) console.log(`${name}: mean depth ${(s.depth / s.moves).toFixed(1)} over ${s.moves} moves`);
+  console.log(`faults: ${faults.length}`);
+  process.exit(faults.length ? 1 : 0);
+}
+await main();
