@@ -12,13 +12,13 @@
 
 #include "board/bitboard.h"
 #include "board/console.h"
+#include "board/file_access.h"
 #include "board/file_names.h"
 #include "board/position.h"
 #include "board/random.h"
 #include "board/settings.h"
 #include "book/book_file.h"
 #include "book/book_keys.h"
-#include "board/file_access.h"
 
 constinit bool book_loaded = false;
 constinit bool book_version_0 = false;

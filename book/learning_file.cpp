@@ -32,9 +32,9 @@
 #include <vector>
 
 #include "board/console.h"
+#include "board/file_access.h"
 #include "board/position.h"
 #include "board/settings.h"
-#include "board/file_access.h"
 
 namespace {
 

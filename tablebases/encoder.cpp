@@ -54,6 +54,13 @@ struct Spelling {
         for (const uint16_t part : {l, r})
             for (int i = 0; i < length[part]; ++i) text.push_back(text[at[part] + size_t(i)]);
     }
+    void RemoveLast() {
+        text.resize(at.back());
+        left.pop_back();
+        right.pop_back();
+        at.pop_back();
+        length.pop_back();
+    }
     const uint8_t* Text(int symbol) const { return text.data() + at[size_t(symbol)]; }
 };
 
@@ -169,10 +176,7 @@ bool GrowOnce(Sequences& s, Spelling& spelling, double scale) {
         spelling.Add(l, r);
         std::vector<Dictionary::Place> places;
         if (PlaceSymbols(spelling.literals, spelling.left, spelling.right, &places) < 0) {
-            spelling.left.pop_back();
-            spelling.right.pop_back();
-            spelling.at.pop_back();
-            spelling.length.pop_back();
+            spelling.RemoveLast();
             continue;
         }
         starts[l] = ends[r] = true;

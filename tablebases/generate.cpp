@@ -115,6 +115,24 @@ private:
     int count = 0;
 };
 
+// What the moves of a position lead to: the shortest win, a draw, the longest loss.
+struct Outlook {
+    int win = 0, loss = 0;  // moves to mate; 0: none
+    bool draw = false;
+    // `value` is that of the position after a move, for the other side.
+    void Add(int value) {
+        if (value == 0) draw = true;
+        else if (value > 0) loss = std::max(loss, value);
+        else if (win == 0 || -value < win) win = -value;  // mated in m is -(m + 1): we win in m + 1
+    }
+};
+
+// Is the side to move in check?
+bool InTableCheck(const TablePosition& p) {
+    const int us = p.side_to_move;
+    return TableAttacked(p, p.king[us], us ^ 1, TableMen(p, WHITE) | TableMen(p, BLACK));
+}
+
 State FirstState(Solver& solver, const TableIndex& index, uint64_t slot) {
     TablePosition position;
     if (!TakesPart(index, slot, &position)) return Unused;
@@ -122,30 +140,25 @@ State FirstState(Solver& solver, const TableIndex& index, uint64_t slot) {
     const TableIndex& after_index = solver.index[us ^ 1];
     const bool doubles = KingsOnDiagonal(index, position);
     SlotSet seen;
-    int moves = 0, win = 0, loss = 0;
-    bool any = false, draw = false;
+    Outlook conversions;
+    int moves = 0;
+    bool any = false;
     ForEachMove(position, [&](const TablePosition& after, bool conversion) {
         any = true;
         if (!conversion) {
             if (!doubles || seen.Add(OwnSlot(after_index, after))) ++moves;
             return;
         }
-        const int value = solver.conversions->ValueOf(after);
-        if (value == 0) draw = true;
-        else if (value > 0) loss = std::max(loss, value);
-        else if (win == 0 || -value < win) win = -value;  // mated in m is -(m + 1): we win in m + 1
+        conversions.Add(solver.conversions->ValueOf(after));
     });
-    if (win > 0) {
-        solver.Reach(win);
-        return State(Won | win);
+    if (conversions.win > 0) {
+        solver.Reach(conversions.win);
+        return State(Won | conversions.win);
     }
-    if (draw) return Open;
-    if (!any) {
-        const Bitboard occupied = TableMen(position, WHITE) | TableMen(position, BLACK);
-        return TableAttacked(position, position.king[us], us ^ 1, occupied) ? Lost : Open;
-    }
-    solver.Reach(loss);
-    return moves > 0 ? CountingState(moves, loss) : State(Lost | loss);
+    if (conversions.draw) return Open;
+    if (!any) return InTableCheck(position) ? Lost : Open;
+    solver.Reach(conversions.loss);
+    return moves > 0 ? CountingState(moves, conversions.loss) : State(Lost | conversions.loss);
 }
 
 // A position from which one lost in moves - 1 can be reached.
@@ -296,7 +309,7 @@ Conversions& LoadedConversions() {
 }  // namespace
 
 std::string TablePath(const TableJob& job, const std::string& material, Colour side_to_move) {
-    return job.folder + "/" + material + (side_to_move == WHITE ? ".nbw" : ".nbb") + (job.packed ? ".emd" : "");
+    return PlainTablePath(job.folder, material, side_to_move) + (job.packed ? ".emd" : "");
 }
 
 bool TableIsMade(const TableJob& job, const std::string& material) {
@@ -432,21 +445,15 @@ bool VerifyTable(const TableJob& job, const std::string& material, TableStatisti
                 const uint64_t own = OwnSlot(index[side], position);
                 // Of two pawns that can capture en passant only one makes a slot that is used.
                 if (position.en_passant != NoEnPassant && own != slot) continue;
-                // The best of the moves: the shortest win, else a draw, else the longest loss.
-                bool any = false, draw = false;
-                int win = 0, loss = 0;
+                Outlook outlook;
+                bool any = false;
                 ForEachMove(position, [&](const TablePosition& after, bool conversion) {
                     any = true;
                     const Colour them = after.side_to_move;
-                    const int value =
-                        conversion ? conversions.ValueOf(after) : value_of(them, SlotOf(index[them], after));
-                    if (value == 0) draw = true;
-                    else if (value > 0) loss = std::max(loss, value);
-                    else if (win == 0 || -value < win) win = -value;
+                    outlook.Add(conversion ? conversions.ValueOf(after) : value_of(them, SlotOf(index[them], after)));
                 });
-                const Bitboard occupied = TableMen(position, WHITE) | TableMen(position, BLACK);
-                const bool mate = !any && TableAttacked(position, position.king[side], side ^ 1, occupied);
-                const int expected = win > 0 ? win : draw || (!any && !mate) ? 0 : -(loss + 1);
+                const bool lost = any ? !outlook.draw : InTableCheck(position);
+                const int expected = outlook.win > 0 ? outlook.win : lost ? -(outlook.loss + 1) : 0;
                 const TableValue value = value_of(side, slot);
                 if (value != expected) {
                     const std::lock_guard<std::mutex> lock(telling);

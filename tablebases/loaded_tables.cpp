@@ -7,8 +7,12 @@
 #include <new>
 #include <system_error>
 
+std::string PlainTablePath(const std::string& folder, const std::string& material, Colour side_to_move) {
+    return folder + "/" + material + (side_to_move == WHITE ? ".nbw" : ".nbb");
+}
+
 std::string ExistingTablePath(const std::string& folder, const std::string& material, Colour side_to_move) {
-    const std::string plain = folder + "/" + material + (side_to_move == WHITE ? ".nbw" : ".nbb");
+    const std::string plain = PlainTablePath(folder, material, side_to_move);
     std::error_code error;
     return std::filesystem::exists(plain, error) ? plain : plain + ".emd";
 }

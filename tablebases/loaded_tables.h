@@ -23,6 +23,8 @@ template <typename T> std::unique_ptr<T[]> TryAllocate(uint64_t count) {
 
 // Reads both files of a material from a folder. False, with one line in *reason, on failure.
 bool LoadTable(const std::string& folder, const std::string& material, LoadedTable* table, std::string* reason);
+// "folder/kqk.nbw"; with ".emd" behind it the compressed file.
+std::string PlainTablePath(const std::string& folder, const std::string& material, Colour side_to_move);
 // "folder/kqk.nbw" when that is there, as the engine prefers it, else "folder/kqk.nbw.emd".
 std::string ExistingTablePath(const std::string& folder, const std::string& material, Colour side_to_move);
 

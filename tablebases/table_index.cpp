@@ -233,10 +233,10 @@ static bool GroupNumber(const TablePosition& position, int side, TableIndex::Gro
 
 uint64_t SlotOf(const TableIndex& x, const TablePosition& position) {
     const Colour us = x.side_to_move;
-    int symmetry = king_places.symmetry[x.pawns][position.king[WHITE]];
+    const int symmetry = king_places.symmetry[x.pawns][position.king[WHITE]];
     const uint8_t* map = king_places.map[symmetry];
     if (!x.pawns && OnDiagonal(map[position.king[WHITE]]) && Above(map[position.king[BLACK]]))
-        map = king_places.map[symmetry ^= Exchange];
+        map = king_places.map[symmetry ^ Exchange];
     const Square white = map[position.king[WHITE]], black = map[position.king[BLACK]];
     const int place = king_places.place[x.pawns][white][black];
     if (place < 0) return NoSlot;

@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
+#include "board/file_access.h"
 #include "board/position.h"
 #include "book/book.h"
 #include "book/book_file.h"
-#include "board/file_access.h"
 #include "tests/support/board_helpers.h"
 #include "tools/common/signature.h"
 
