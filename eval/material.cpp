@@ -140,6 +140,10 @@ inline bool IsEndingAgainst(const SideCounts& enemy) {
     return enemy.units <= tuned.EndingThreshold || (enemy.queens == 0 && enemy.units <= tuned.QueenlessEndingThreshold);
 }
 
+// Many men on the board: much is still to be decided, so time is well spent now. With twice these numbers
+// too little is left for the ending.
+constexpr int TimeFactorBase = 512, TimeFactorPerUnit = 8, TimeFactorPerPawn = 4;
+
 inline MaterialRecord ComputeRecord(const SideCounts& w, const SideCounts& b) {
     MaterialRecord r;
     r.flags[WHITE] = uint8_t((CannotWinAlone(w) ? FlagCannotWin : 0) | (IsEndingAgainst(b) ? FlagEnding : 0));
@@ -149,8 +153,8 @@ inline MaterialRecord ComputeRecord(const SideCounts& w, const SideCounts& b) {
     r.black_phase = int16_t(SidePhase(black));
     r.white_phase = int16_t(SidePhase(white));
     r.correction = int16_t(std::clamp(-Imbalance(w, b), -32767, 32767));
-    // Many men on the board: much is still to be decided, so time is well spent now.
-    r.time_factor = int16_t(128 + std::min(128, 2 * (w.units + b.units)) + w.pawns + b.pawns);
+    r.time_factor =
+        int16_t(TimeFactorBase + TimeFactorPerUnit * (w.units + b.units) + TimeFactorPerPawn * (w.pawns + b.pawns));
     return r;
 }
 
