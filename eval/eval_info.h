@@ -36,6 +36,14 @@ struct CoverMemo {
     PackedScore score;
 };
 
+// The pawns' part of the squares seen from the kings, as last worked out.
+struct PawnFrameMemo {
+    static constexpr uint32_t Filled = 1u << 31;
+    uint64_t pawn_key;
+    uint32_t place;  // Filled | both frames; 0: nothing yet
+    int opening, endgame;
+};
+
 struct EvalInfo {
     int accumulator;
     int OpeningScore, EndgameScore;      // blended by current_phase
@@ -60,6 +68,7 @@ struct EvalInfo {
     Bitboard attacks_of[2][8];   // [colour][piece type]
     Bitboard pinned[2];          // [colour] own men that stand alone before their king
     CoverMemo cover[2];          // [colour of the king]
+    PawnFrameMemo pawn_frames;
     PawnRecord pawn;
     bool pawn_valid;  // false until `pawn` has been filled
 };
@@ -69,6 +78,7 @@ extern EvalInfo thread_eval_info;
 inline void ForgetPawns() {
     thread_eval_info.pawn_valid = false;
     thread_eval_info.cover[WHITE].place = thread_eval_info.cover[BLACK].place = 0;
+    thread_eval_info.pawn_frames.place = 0;
 }
 
 // May the king of c be treated as in an ending?
@@ -116,6 +126,9 @@ template <bool Traced> void EvaluatePieces();
 
 // threats.cpp
 template <bool Traced> void EvaluateThreats();
+
+// king_squares.cpp
+template <bool Traced> void EvaluateKingSquares();
 
 // chances.cpp
 template <bool Traced> void EvaluateWinningChances();

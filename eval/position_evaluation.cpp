@@ -202,6 +202,7 @@ template <bool Traced> void EvaluateAll(int& result) {
         // shelter of step 7.
         EvaluatePieces<Traced>();
         EvaluateThreats<Traced>();
+        EvaluateKingSquares<Traced>();
         EvaluateKings<Traced>();
         EvaluateWinningChances<Traced>();
 
