@@ -1,0 +1,94 @@
+#!/usr/bin/env python3
+"""Scores the positions of a training file anew with a UCI engine.
+
+    tools/score_positions.py --engine stockfish --nodes 3000 IN.epd[.gz] OUT.epd
+
+Each line of IN is "FEN-of-four-fields ce SCORE; c0 "RESULT";" (doc/tuning.md); OUT gets the same lines
+with the score of the engine's search, centipawns for the side to move. Positions that it calls a
+mate are left out. OUT is appended to and the positions that it holds already are not scored again, so
+that a run that was interrupted can go on. Run two of them on halves of a file to use two processors.
+"""
+import argparse
+import gzip
+import pathlib
+import re
+import subprocess
+import sys
+import time
+
+
+def lines_of(path):
+    opened = gzip.open(path, "rt") if path.suffix == ".gz" else open(path, encoding="ascii")
+    with opened as file:
+        yield from file
+
+
+def fields(line):
+    """The FEN and the quoted result, None for a line of another form."""
+    found = re.fullmatch(r'(\S+ [wb] \S+ \S+) (?:ce -?\d+; )?c0 "([^"]+)";(?: ce -?\d+;)?\s*', line)
+    return found.groups() if found else None
+
+
+class Engine:
+    def __init__(self, command, hash_megabytes):
+        self.process = subprocess.Popen([command], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
+        self.ask("uci", "uciok")
+        self.ask(f"setoption name Hash value {hash_megabytes}\nisready", "readyok")
+
+    def ask(self, command, last):
+        self.process.stdin.write(command + "\n")
+        answer = []
+        for line in self.process.stdout:
+            answer.append(line)
+            if line.startswith(last):
+                return answer
+        sys.exit("the engine ended")
+
+    def score(self, fen, nodes):
+        """Centipawns for the side to move; None for a mate or no move at all."""
+        score = None
+        for line in self.ask(f"position fen {fen} 0 1\ngo nodes {nodes}", "bestmove"):
+            found = re.search(r" score (cp|mate) (-?\d+)", line)
+            if found and "bound" not in line:
+                score = int(found.group(2)) if found.group(1) == "cp" else None
+        return score
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--engine", required=True, help="command of a UCI engine")
+    parser.add_argument("--nodes", type=int, default=3000, help="a position (3000)")
+    parser.add_argument("--hash", type=int, default=16, help="megabytes (16)")
+    parser.add_argument("input", type=pathlib.Path)
+    parser.add_argument("output", type=pathlib.Path)
+    options = parser.parse_args()
+
+    done, cut_off = set(), False
+    if options.output.exists():
+        done = {found[0] for found in map(fields, lines_of(options.output)) if found}
+        cut_off = not options.output.read_bytes().endswith(b"\n") and options.output.stat().st_size > 0
+    engine = Engine(options.engine, options.hash)
+    start, scored, unreadable = time.monotonic(), 0, 0
+    with open(options.output, "a", encoding="ascii") as out:
+        if cut_off:  # in the middle of a line
+            out.write("\n")
+        for line in lines_of(options.input):
+            found = fields(line)
+            if not found:
+                unreadable += 1
+                continue
+            if found[0] in done:
+                continue
+            done.add(found[0])
+            score = engine.score(found[0], options.nodes)
+            if score is not None:
+                out.write(f'{found[0]} ce {score}; c0 "{found[1]}";\n')
+                scored += 1
+                if scored % 1000 == 0:
+                    print(f"\r{scored} positions, {scored / (time.monotonic() - start):.0f} a second", end="",
+                          file=sys.stderr, flush=True)
+    print(f"{scored} positions scored, {unreadable} lines unreadable")
+
+
+if __name__ == "__main__":
+    main()
