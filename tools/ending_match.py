@@ -15,8 +15,9 @@ table for each game. Only the standard library is used.
 """
 import argparse
 import random
-import subprocess
 import sys
+
+from uci_engine import Engine
 
 FILES = "abcdefgh"
 KING_STEPS = [(1, 0), (-1, 0), (0, 1), (0, -1), (1, 1), (1, -1), (-1, 1), (-1, -1)]
@@ -117,49 +118,17 @@ def random_board(draw, white_men, black_men):
             return board
 
 
-class Engine:
-    def __init__(self, path, options=()):
-        try:
-            self.process = subprocess.Popen([path], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
-        except OSError as error:
-            sys.exit("cannot start %s: %s" % (path, error.strerror))
-        self.ask("uci", "uciok")
-        for name, value in options:
-            self.tell("setoption name %s value %s" % (name, value))
-
-    def tell(self, line):
-        self.process.stdin.write(line + "\n")
-
-    def ask(self, line, answer):
-        """Sends a line; returns all lines up to the one that begins with `answer`."""
-        self.tell(line)
-        lines = []
-        while True:
-            text = self.process.stdout.readline()
-            if not text:
-                sys.exit("%s ended without an answer to '%s'" % (self.process.args[0], line))
-            lines.append(text.strip())
-            if text.startswith(answer):
-                return lines
-
-    def new_game(self):
-        self.tell("ucinewgame")
-        self.ask("isready", "readyok")
-
+class Player(Engine):
     def go(self, fen, moves, limit):
         """The move chosen, and the last score seen, mates as +-100000."""
-        self.tell("position fen %s%s" % (fen, " moves " + " ".join(moves) if moves else ""))
         score = 0
-        for line in self.ask("go " + limit, "bestmove"):
+        lines = self.search(fen, limit, moves)
+        for line in lines:
             words = line.split()
             if "score" in words:
                 kind, value = words[words.index("score") + 1:words.index("score") + 3]
                 score = int(value) if kind == "cp" else (100000 if int(value) > 0 else -100000)
-        return line.split()[1], score
-
-    def quit(self):
-        self.tell("quit")
-        self.process.wait()
+        return lines[-1].split()[1], score
 
 
 def certainly_won(referee, board, strong_is_white, margin):
@@ -216,8 +185,8 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     arguments = parser.parse_args()
 
-    engine = Engine(arguments.engine, [("OwnBook", "false")])
-    defender = Engine(arguments.defender, [("Use NNUE", "false")])
+    engine = Player(arguments.engine, [("OwnBook", "false")])
+    defender = Player(arguments.defender, [("Use NNUE", "false")])
     budget = "nodes %d" % arguments.nodes if arguments.nodes else "movetime %d" % arguments.movetime
     failed = False
     for name in arguments.classes or CLASSES:

@@ -12,9 +12,10 @@ import argparse
 import gzip
 import pathlib
 import re
-import subprocess
 import sys
 import time
+
+from uci_engine import Engine
 
 
 def lines_of(path):
@@ -29,29 +30,14 @@ def fields(line):
     return found.groups() if found else None
 
 
-class Engine:
-    def __init__(self, command, hash_megabytes):
-        self.process = subprocess.Popen([command], stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True, bufsize=1)
-        self.ask("uci", "uciok")
-        self.ask(f"setoption name Hash value {hash_megabytes}\nisready", "readyok")
-
-    def ask(self, command, last):
-        self.process.stdin.write(command + "\n")
-        answer = []
-        for line in self.process.stdout:
-            answer.append(line)
-            if line.startswith(last):
-                return answer
-        sys.exit("the engine ended")
-
-    def score(self, fen, nodes):
-        """Centipawns for the side to move; None for a mate or no move at all."""
-        score = None
-        for line in self.ask(f"position fen {fen} 0 1\ngo nodes {nodes}", "bestmove"):
-            found = re.search(r" score (cp|mate) (-?\d+)", line)
-            if found and "bound" not in line:
-                score = int(found.group(2)) if found.group(1) == "cp" else None
-        return score
+def score_of(engine, fen, nodes):
+    """Centipawns for the side to move; None for a mate or no move at all."""
+    score = None
+    for line in engine.search(fen + " 0 1", f"nodes {nodes}"):
+        found = re.search(r" score (cp|mate) (-?\d+)", line)
+        if found and "bound" not in line:
+            score = int(found.group(2)) if found.group(1) == "cp" else None
+    return score
 
 
 def main():
@@ -67,7 +53,7 @@ def main():
     if options.output.exists():
         done = {found[0] for found in map(fields, lines_of(options.output)) if found}
         cut_off = not options.output.read_bytes().endswith(b"\n") and options.output.stat().st_size > 0
-    engine = Engine(options.engine, options.hash)
+    engine = Engine(options.engine, [("Hash", options.hash)])
     start, scored, unreadable = time.monotonic(), 0, 0
     with open(options.output, "a", encoding="ascii") as out:
         if cut_off:  # in the middle of a line
@@ -80,13 +66,14 @@ def main():
             if found[0] in done:
                 continue
             done.add(found[0])
-            score = engine.score(found[0], options.nodes)
+            score = score_of(engine, found[0], options.nodes)
             if score is not None:
                 out.write(f'{found[0]} ce {score}; c0 "{found[1]}";\n')
                 scored += 1
                 if scored % 1000 == 0:
                     print(f"\r{scored} positions, {scored / (time.monotonic() - start):.0f} a second", end="",
                           file=sys.stderr, flush=True)
+    engine.quit()
     print(f"{scored} positions scored, {unreadable} lines unreadable")
 
 
