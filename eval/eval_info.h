@@ -5,7 +5,7 @@
 // the side to move once, at the end of EvaluatePosition().
 //
 // State: thread_eval_info, rebuilt by every EvaluatePosition(); only the pawn record in it (the
-// one-record cache in front of the pawn hash) and the covers survive a call.
+// one-record cache in front of the pawn hash) and the memos survive a call.
 #pragma once
 
 #include "board/position.h"
@@ -28,20 +28,12 @@ struct PawnRecord {
 };
 static_assert(sizeof(PawnRecord) == 24);
 
-// The pawn cover of a king, as last worked out.
-struct CoverMemo {
+// What a side has from pawns and kings alone, as last worked out.
+struct PawnMemo {
     static constexpr uint32_t Filled = 1u << 31;
     uint64_t pawn_key;
-    uint32_t place;  // Filled | king square << 8 | castling rights; 0: nothing yet
+    uint32_t place;  // Filled | all else that it depends on; 0: nothing yet
     PackedScore score;
-};
-
-// The pawns' part of the squares seen from the kings, as last worked out.
-struct PawnFrameMemo {
-    static constexpr uint32_t Filled = 1u << 31;
-    uint64_t pawn_key;
-    uint32_t place;  // Filled | both frames; 0: nothing yet
-    int opening, endgame;
 };
 
 struct EvalInfo {
@@ -67,8 +59,8 @@ struct EvalInfo {
     Bitboard attacked_twice[2];  // [colour] by two or more, king included
     Bitboard attacks_of[2][8];   // [colour][piece type]
     Bitboard pinned[2];          // [colour] own men that stand alone before their king
-    CoverMemo cover[2];          // [colour of the king]
-    PawnFrameMemo pawn_frames;
+    PawnMemo cover[2];           // [colour of the king]
+    PawnMemo framed_pawns[2];    // [colour of the pawns]
     PawnRecord pawn;
     bool pawn_valid;  // false until `pawn` has been filled
 };
@@ -77,8 +69,7 @@ extern EvalInfo thread_eval_info;
 // After weights have changed: what is kept from earlier calls is of no use any more.
 inline void ForgetPawns() {
     thread_eval_info.pawn_valid = false;
-    thread_eval_info.cover[WHITE].place = thread_eval_info.cover[BLACK].place = 0;
-    thread_eval_info.pawn_frames.place = 0;
+    for (const Colour c : {WHITE, BLACK}) thread_eval_info.cover[c].place = thread_eval_info.framed_pawns[c].place = 0;
 }
 
 // May the king of c be treated as in an ending?

@@ -171,9 +171,9 @@ template <Colour Us, bool Traced> void AttackOnKing() {
         for (int i = 0; i < cover.count; ++i) tally.Add(cover.slots[i]);
     } else {
         // Pawns and king stay while other men move: the last answer often serves again.
-        CoverMemo& memo = info.cover[Them];
+        PawnMemo& memo = info.cover[Them];
         const uint64_t key = thread_board.pawn_key;
-        const uint32_t place = CoverMemo::Filled | uint32_t(king) << 8 | uint32_t(thread_board.castling);
+        const uint32_t place = PawnMemo::Filled | uint32_t(king) << 8 | uint32_t(thread_board.castling);
         if (memo.pawn_key != key || memo.place != place) memo = {key, place, BestCover<Them>().sum};
         tally.score += memo.score;
     }

@@ -4,9 +4,11 @@
 // that cover him should stay, those on the other wing may run, pieces aim at the enemy king. The
 // plain squares (piece_square.h) know nothing of that. Here each man counts twice more, in the frame
 // of its own king and in that of the enemy's. A frame has the king on the right half of the board,
-// with the board mirrored when he stands on the left, and the king's own rank at the bottom.
+// mirrored when he stands on the left, and the first rank of the king's side at the bottom.
 //
 // The pawns' part follows from pawns and frames alone, so the last answer is kept.
+#include <algorithm>
+
 #include "eval/eval_info.h"
 
 namespace {
@@ -18,11 +20,9 @@ struct Frame {
     int flip;   // XOR of a square to see it from here
     int first;  // slot offset of the king's place
 
-    Frame(Colour c, Square king) {
-        const int file = FileOf(king) < 4 ? 7 - FileOf(king) : FileOf(king);
-        flip = (c == WHITE ? 0 : 56) ^ (FileOf(king) < 4 ? 7 : 0);
-        first = FrameSquares * (file >= 6 ? 0 : 6 - file);
-    }
+    Frame(Colour c, Square king)
+        : flip((c == WHITE ? 0 : 56) ^ (FileOf(king) < 4 ? 7 : 0)),
+          first(FrameSquares * std::max(FilePair(king) - 1, 0)) {}
     int Index(Square s) const { return first + (s ^ flip); }
 };
 
@@ -42,33 +42,28 @@ template <Colour Us, bool Traced> Tally<Traced> EvaluateSide(const Frame& own, c
     AddMen(tally, p.pieces[BISHOP][Us], OwnKingBishop, EnemyKingBishop, own, enemy);
     AddMen(tally, p.pieces[ROOK][Us], OwnKingRook, EnemyKingRook, own, enemy);
     AddMen(tally, p.pieces[QUEEN][Us], OwnKingQueen, EnemyKingQueen, own, enemy);
-    return tally;
-}
 
-template <Colour Us, bool Traced> Tally<Traced> EvaluatePawns(const Frame& own, const Frame& enemy) {
-    Tally<Traced> tally(Us);
-    AddMen(tally, thread_board.pieces[PAWN][Us], OwnKingPawn, EnemyKingPawn, own, enemy);
+    const Bitboard pawns = p.pieces[PAWN][Us];
+    if constexpr (Traced) {
+        AddMen(tally, pawns, OwnKingPawn, EnemyKingPawn, own, enemy);
+    } else {
+        PawnMemo& memo = thread_eval_info.framed_pawns[Us];
+        const uint32_t place = PawnMemo::Filled | uint32_t(own.Index(0)) << 8 | uint32_t(enemy.Index(0));
+        if (memo.pawn_key != p.pawn_key || memo.place != place) {
+            Tally<false> fresh(Us);
+            AddMen(fresh, pawns, OwnKingPawn, EnemyKingPawn, own, enemy);
+            memo = {p.pawn_key, place, fresh.score};
+        }
+        tally.score += memo.score;
+    }
     return tally;
 }
 
 }  // namespace
 
 template <bool Traced> void EvaluateKingSquares() {
-    const Position& p = thread_board;
-    EvalInfo& info = thread_eval_info;
-    const Frame white(WHITE, p.king_square[WHITE]), black(BLACK, p.king_square[BLACK]);
+    const Frame white(WHITE, thread_board.king_square[WHITE]), black(BLACK, thread_board.king_square[BLACK]);
     AddCommon(EvaluateSide<WHITE, Traced>(white, black), EvaluateSide<BLACK, Traced>(black, white));
-
-    const uint32_t place = PawnFrameMemo::Filled | uint32_t(white.Index(0)) << 8 | uint32_t(black.Index(0)) << 16;
-    PawnFrameMemo& memo = info.pawn_frames;
-    if (Traced || memo.pawn_key != p.pawn_key || memo.place != place) {
-        const int opening = info.OpeningScore, endgame = info.EndgameScore;
-        AddCommon(EvaluatePawns<WHITE, Traced>(white, black), EvaluatePawns<BLACK, Traced>(black, white));
-        memo = {p.pawn_key, place, info.OpeningScore - opening, info.EndgameScore - endgame};
-    } else {
-        info.OpeningScore += memo.opening;
-        info.EndgameScore += memo.endgame;
-    }
 }
 template void EvaluateKingSquares<false>();
 template void EvaluateKingSquares<true>();
