@@ -123,6 +123,8 @@ def main():
     text = f"{options.nodes} nodes" if options.nodes else options.tc
     if options.opponent_nodes:
         text += f" against {options.opponent_nodes} nodes"
+    if options.ponder:
+        text += " pondering"
     games, wins, draws, losses, score, elo, error = total
     result = (f"{datetime.date.today()} {commit} {name} {text}: {games} games +{wins} ={draws} -{losses} {score}% "
               f"Elo {elo} +-{error}, {faults} faults")
