@@ -73,6 +73,8 @@ def main():
     parser.add_argument("--seed", type=int, default=1, help="of the order of openings")
     parser.add_argument("--opponent-nodes", type=int, help="the opponent's nodes a move; ours has the clock")
     parser.add_argument("--ponder", action="store_true")
+    parser.add_argument("--adjudicate", action="store_true",
+                        help="end games that both engines have called won or drawn for several moves")
     parser.add_argument("--pgn", help="file that the games are appended to")
     options = parser.parse_args()
 
@@ -106,8 +108,7 @@ def main():
                      *limit, "--games", str(options.games), "--concurrency", str(options.concurrency),
                      "--seed", str(options.seed), "--openings", MATCH / "openings.tsv", "--plies", "10",
                      "--margin", "20"]
-        if options.ponder:
-            arguments.append("--ponder")
+        arguments += [f"--{name}" for name in ("ponder", "adjudicate") if getattr(options, name)]
         if options.pgn:
             arguments += ["--pgn", options.pgn]
         match = subprocess.Popen([str(a) for a in arguments], stdout=subprocess.PIPE, text=True)
@@ -125,6 +126,8 @@ def main():
         text += f" against {options.opponent_nodes} nodes"
     if options.ponder:
         text += " pondering"
+    if options.adjudicate:
+        text += " adjudicated"
     games, wins, draws, losses, score, elo, error = total
     result = (f"{datetime.date.today()} {commit} {name} {text}: {games} games +{wins} ={draws} -{losses} {score}% "
               f"Elo {elo} +-{error}, {faults} faults")
