@@ -28,7 +28,7 @@ struct PawnRecord {
 };
 static_assert(sizeof(PawnRecord) == 24);
 
-// What a side has from pawns and kings alone, as last worked out.
+// A sum that follows from pawns, kings and castling rights alone, as last worked out.
 struct PawnMemo {
     static constexpr uint32_t Filled = 1u << 31;
     uint64_t pawn_key;

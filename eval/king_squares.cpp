@@ -2,8 +2,8 @@
 //
 // A square is worth something else when the king has castled than while he is in the middle: pawns
 // that cover him should stay, those on the other wing may run, pieces aim at the enemy king. The
-// plain squares (piece_square.h) know nothing of that. Here each man counts twice more, in the frame
-// of its own king and in that of the enemy's. A frame has the king on the right half of the board,
+// plain squares (piece_square.h) know nothing of that. Here each man but the kings counts twice more, in
+// the frame of its own king and in that of the enemy's. A frame has the king on the right half of the board,
 // mirrored when he stands on the left, and the first rank of the king's side at the bottom.
 //
 // The pawns' part follows from pawns and frames alone, so the last answer is kept.

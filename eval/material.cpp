@@ -140,8 +140,8 @@ inline bool IsEndingAgainst(const SideCounts& enemy) {
     return enemy.units <= tuned.EndingThreshold || (enemy.queens == 0 && enemy.units <= tuned.QueenlessEndingThreshold);
 }
 
-// Many men on the board: much is still to be decided, so time is well spent now. With twice these numbers
-// too little is left for the ending.
+// Many men on the board: much is still to be decided, so time is well spent now. Twice these numbers
+// did no better in play.
 constexpr int TimeFactorBase = 512, TimeFactorPerUnit = 8, TimeFactorPerPawn = 4;
 
 inline MaterialRecord ComputeRecord(const SideCounts& w, const SideCounts& b) {

@@ -198,8 +198,8 @@ template <bool Traced> void EvaluateAll(int& result) {
             info.accumulator = 0;
         TraceWhole<Traced>(TracePart::EndingScale, info.accumulator - blended);
     } else {
-        // Step 10. Pieces, and what they threaten. Step 11. Their attack on the king, with the
-        // shelter of step 7.
+        // Step 10. Pieces, what they threaten, and where all men stand seen from the kings.
+        // Step 11. Their attack on the king, with the shelter of step 7.
         EvaluatePieces<Traced>();
         EvaluateThreats<Traced>();
         EvaluateKingSquares<Traced>();

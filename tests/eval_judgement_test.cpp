@@ -2,6 +2,8 @@
 // score higher. No exact values: weights may change, chess does not.
 #include <gtest/gtest.h>
 
+#include "eval/tally.h"
+#include "eval/trace.h"
 #include "tests/support/engine_environment.h"
 #include "tests/support/eval_helpers.h"
 
@@ -102,6 +104,36 @@ TEST(Judgement, TheBetterPositionScoresHigher) {
         SCOPED_TRACE(p.why);
         EXPECT_GT(WhiteScore(p.better), WhiteScore(p.worse));
         EXPECT_GT(-WhiteScore(ColourFlipped(p.better)), -WhiteScore(ColourFlipped(p.worse)));
+    }
+    ResetEngine();
+}
+
+// Which square of a king's frame a man stands on. The rooks only make it no pawn ending.
+TEST(Judgement, MenAreSeenFromTheKings) {
+    constexpr int f2 = 13, h3 = 23, Board = 64;
+    struct {
+        const char* why;
+        const char* fen;
+        Colour side;
+        int slot;
+    } const cases[] = {
+        {"own king on g1", "r5k1/8/8/8/8/8/5P2/R5K1 w - - 0 1", WHITE, OwnKingPawn + f2},
+        {"mirrored", "r5k1/8/8/8/8/8/2P5/RK6 w - - 0 1", WHITE, OwnKingPawn + f2},
+        {"the other colour", "r5k1/5p2/8/8/8/8/8/R5K1 w - - 0 1", BLACK, OwnKingPawn + f2},
+        {"own king on f1", "r5k1/8/8/8/8/8/5P2/R4K2 w - - 0 1", WHITE, OwnKingPawn + Board + f2},
+        {"own king on e1", "r5k1/8/8/8/8/8/5P2/R3K3 w - - 0 1", WHITE, OwnKingPawn + 2 * Board + f2},
+        {"own king on d1, mirrored", "r5k1/8/8/8/8/8/2P5/R2K4 w - - 0 1", WHITE, OwnKingPawn + 2 * Board + f2},
+        {"enemy king on g8", "r5k1/8/7P/8/8/8/8/RK6 w - - 0 1", WHITE, EnemyKingPawn + h3},
+        {"enemy king on b8, mirrored", "rk6/8/P7/8/8/8/8/R5K1 w - - 0 1", WHITE, EnemyKingPawn + h3},
+        {"a knight beside the enemy king", "rk6/8/N7/8/8/8/8/R5K1 w - - 0 1", WHITE, EnemyKingKnight + h3},
+        {"a queen of the other colour", "r5k1/5ppp/8/8/8/7q/PPP5/QR4K1 b - - 0 1", BLACK, EnemyKingQueen + h3},
+    };
+    ResetEngine();
+    for (const auto& c : cases) {
+        SetFen(c.fen);
+        int score = NotEvaluated;
+        TracePosition(score);
+        EXPECT_EQ(evaluation_trace.count[c.side][c.slot], 1) << c.why;
     }
     ResetEngine();
 }

@@ -1,6 +1,7 @@
 // eval_material_test.cpp - the material table, phases, ENDING flags and imbalance.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 
 #include "board/material_index.h"
@@ -69,6 +70,20 @@ TEST_F(Material, PhasesAndEndingFlags) {
         FreshScore();
         EXPECT_EQ(thread_eval_info.current_phase, c.common);
         EXPECT_EQ(thread_eval_info.ending[WHITE], c.ending_white);
+    }
+}
+
+// The clock spends more while there is more to decide, and always more than neutral.
+TEST_F(Material, TimeFactorFallsWithTheMen) {
+    int last = INT16_MAX;
+    for (const char* fen : {StartFen, "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNB1KBNR w KQkq - 0 1",
+                            "4k2r/pppp4/8/8/8/8/PPPP4/4K2R w - - 0 1", "4k2r/ppp5/8/8/8/8/PPP5/4K2R w - - 0 1",
+                            "4k3/8/8/8/8/8/8/4K3 w - - 0 1"}) {
+        SetFen(fen);
+        const int factor = ComputeMaterialRecord().time_factor;
+        EXPECT_LT(factor, last) << fen;
+        EXPECT_GT(factor, 256) << fen;
+        last = factor;
     }
 }
 

@@ -92,7 +92,7 @@ TEST(Developer, TableOfPositions) {
     const auto rows = Rows(table);
     ASSERT_EQ(rows.size(), 3u) << table;
     for (const auto& row : rows) ASSERT_EQ(row.size(), 32u) << table;
-    // game, ply, side, result, legal moves.
+    // game, ply, side, result.
     EXPECT_EQ(std::vector<int>(rows[0].begin(), rows[0].begin() + 4), (std::vector<int>{1, 16, 0, 1}));
     EXPECT_EQ(std::vector<int>(rows[2].begin(), rows[2].begin() + 4), (std::vector<int>{2, 17, 1, 2}));
     EXPECT_NE(table.find(";b1c3;"), std::string::npos);

@@ -29,6 +29,8 @@ const BudgetCase budget_cases[] = {
     {"one minute, neutral factor", true, 6000, 0, 0, 0, 0, 0, 256, 5, true, 141, 1316, 20000},
     // base 94 + 94 * 128 / 256 = 141: target 105, hard 987.
     {"one minute, half the factor", true, 6000, 0, 0, 0, 0, 0, 128, 5, true, 105, 987, 20000},
+    // base 94 + 94 * 1072 / 256 = 487: target 365; hard min(3409, 2849).
+    {"one minute, all men on the board", true, 6000, 0, 0, 0, 0, 0, 1072, 5, true, 365, 2849, 50000},
     // base 188 + 37 = 225: target 168; hard was set from 188.
     {"first moves think longer", true, 6000, 0, 0, 0, 0, 0, 256, 1, true, 168, 1316, 20000},
     // usable 950, base (29 * 100 - 1 + 950) / 30 = 128 (neutral 128): target 96, hard min(896, 474).
@@ -109,7 +111,7 @@ TEST(TimeBudgetTest, NeverMoreThanHalfTheClock) {
                     limits.OwnTime = clock;
                     limits.OwnIncrement = increment;
                     limits.MovesPerPeriod = limits.MovesToGo = moves;
-                    const TimeBudget budget = Allocate(limits, {uci, 30, 300, 0});
+                    const TimeBudget budget = Allocate(limits, {uci, 30, 1072, 0});
                     EXPECT_LE(2 * budget.hard, clock);
                     EXPECT_GE(budget.hard, 0);
                     EXPECT_GE(budget.target, 1);

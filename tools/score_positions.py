@@ -5,7 +5,7 @@
 
 Each line of IN is "FEN-of-four-fields ce SCORE; c0 "RESULT";" (doc/tuning.md); OUT gets the same lines
 with the score of the engine's search, centipawns for the side to move. Positions that it calls a
-mate are left out. OUT is appended to and the positions that it holds already are not scored again, so
+mate, or answers without a score, are left out. OUT is appended to and the positions that it holds already are not scored again, so
 that a run that was interrupted can go on. Run two of them on halves of a file to use two processors.
 """
 import argparse
@@ -48,13 +48,16 @@ def main():
     parser.add_argument("input", type=pathlib.Path)
     parser.add_argument("output", type=pathlib.Path)
     options = parser.parse_args()
+    if options.output.suffix == ".gz":
+        sys.exit("the output is plain text and cannot be compressed on the way")
 
     done, cut_off = set(), False
     if options.output.exists():
         done = {found[0] for found in map(fields, lines_of(options.output)) if found}
-        cut_off = not options.output.read_bytes().endswith(b"\n") and options.output.stat().st_size > 0
-    engine = Engine(options.engine, [("Hash", options.hash)])
-    start, scored, unreadable = time.monotonic(), 0, 0
+        with open(options.output, "rb") as out:
+            cut_off = out.seek(0, 2) > 0 and out.seek(-1, 2) >= 0 and out.read() != b"\n"
+    engine = Engine(options.engine, [("Hash", options.hash), ("OwnBook", "false")])
+    start, scored, left_out, unreadable = time.monotonic(), 0, 0, 0
     with open(options.output, "a", encoding="ascii") as out:
         if cut_off:  # in the middle of a line
             out.write("\n")
@@ -67,14 +70,16 @@ def main():
                 continue
             done.add(found[0])
             score = score_of(engine, found[0], options.nodes)
-            if score is not None:
+            if score is None:
+                left_out += 1
+            else:
                 out.write(f'{found[0]} ce {score}; c0 "{found[1]}";\n')
                 scored += 1
                 if scored % 1000 == 0:
                     print(f"\r{scored} positions, {scored / (time.monotonic() - start):.0f} a second", end="",
                           file=sys.stderr, flush=True)
     engine.quit()
-    print(f"{scored} positions scored, {unreadable} lines unreadable")
+    print(f"{scored} positions scored, {left_out} left out, {unreadable} lines unreadable")
 
 
 if __name__ == "__main__":

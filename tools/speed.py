@@ -17,7 +17,7 @@ import tempfile
 from uci_engine import Engine
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-PACKAGED = ["glaurung", "toga2", "stockfish"]
+PACKAGED = ["glaurung", "toga2", "stockfish"]  # and any other command of /usr/games that speaks UCI
 OPTIONS = [("Hash", 16), ("Use NNUE", "false"), ("OwnBook", "false"), ("Threads", 1)]
 
 
@@ -46,7 +46,8 @@ def measure(engines, fens, milliseconds):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
-    parser.add_argument("opponents", nargs="*", default=PACKAGED, help="packaged engines or paths")
+    parser.add_argument("opponents", nargs="*", default=PACKAGED,
+                        help="packaged UCI engines (commands in /usr/games) or paths")
     parser.add_argument("--seconds", type=float, default=0.5, help="a position")
     parser.add_argument("--engine", default=ROOT / "build" / "corvantis", help="ours")
     options = parser.parse_args()
@@ -62,7 +63,9 @@ def main():
         totals = measure(engines, fens, int(options.seconds * 1000))
     speed = {name: 1000 * nodes / max(time, 1) for name, (nodes, time) in totals.items()}
     for name, value in speed.items():
-        ratio = "" if name == "ours" else f"   ours / theirs {speed['ours'] / value:.3f}"
+        ratio = ""
+        if name != "ours":
+            ratio = f"   ours / theirs {speed['ours'] / value:.3f}" if value else "   tells no nodes"
         print(f"{name:40} {value:12.0f} nodes per second{ratio}")
 
 

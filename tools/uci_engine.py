@@ -18,7 +18,10 @@ class Engine:
                 self.tell("setoption name %s value %s" % (name, value))
 
     def tell(self, line):
-        self.process.stdin.write(line + "\n")
+        try:
+            self.process.stdin.write(line + "\n")
+        except BrokenPipeError:
+            sys.exit("%s has ended; it was to be told '%s'" % (self.process.args[0], line))
 
     def ask(self, line, answer):
         """Sends a line; returns all lines up to the one that begins with `answer`."""

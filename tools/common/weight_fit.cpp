@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <numeric>
+#include <string_view>
 
 #include "board/piece_square.h"
 #include "eval/packed_score.h"
@@ -197,10 +198,13 @@ private:
         ++steps_;
         for (size_t i = 0; i < values_.size(); ++i) {
             gradient[i] = gradient[i] / positions + 2 * pull_[i] * Change(i);
-            if (!weights_[i].follows || !moves_[i] || !moves_[i - 1]) continue;
-            const double bend = 2 * neighbour_pull_ * (Change(i) - Change(i - 1));
-            gradient[i] += bend;
-            gradient[i - 1] -= bend;
+            for (const int back : {weights_[i].beside, weights_[i].above}) {
+                const size_t neighbour = i - size_t(back);
+                if (back == 0 || !moves_[i] || !moves_[neighbour]) continue;
+                const double bend = 2 * neighbour_pull_ * (Change(i) - Change(neighbour));
+                gradient[i] += bend;
+                gradient[neighbour] -= bend;
+            }
         }
         const double mean_share = 1 - std::pow(AdamMean, steps_), square_share = 1 - std::pow(AdamSquare, steps_);
         for (size_t i = 0; i < values_.size(); ++i) {
@@ -249,6 +253,21 @@ std::vector<double> Descend(Descent& descent, const FitSettings& settings, const
     return best;
 }
 
+// Tables with two dimensions: a row has so many slots. All others are one row.
+struct TableRows {
+    const char* name_begins;
+    int row;
+};
+constexpr TableRows table_rows[] = {
+    {"PawnSquares", 8}, {"BishopSquares", 8}, {"ShelterPawn", 7}, {"OwnKing", 8}, {"EnemyKing", 8}};
+constexpr int BoardSlots = 64;  // a longer table is several boards
+
+int RowOf(const TermInfo& term) {
+    for (const TableRows& rows : table_rows)
+        if (std::string_view(term.name).starts_with(rows.name_begins)) return rows.row;
+    return term.count;
+}
+
 bool Listed(const std::vector<std::string>& names, const char* name) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
@@ -265,13 +284,14 @@ std::vector<FreeWeight> ListFreeWeights(const FitSettings& settings, std::string
         const TermInfo& term = term_list[i];
         names.push_back(term.name);
         if (!is_free(term.name)) continue;
+        const int row = RowOf(term);
         for (int phase = 0; phase < 2; ++phase)
             for (int k = 0; k < term.count; ++k) {
                 int* value = &term_weights[phase][term.first + k];
                 const std::string index = term.count > 1 ? "[" + std::to_string(k) + "]" : "";
                 weights.push_back({term.name + index + (phase == OpeningPhase ? " opening" : " endgame"), value, *value,
                                    -TermLimit, TermLimit, settings.term_spread, term.first + k, phase, SlotStep,
-                                   k > 0});
+                                   k % row > 0 ? 1 : 0, k % BoardSlots >= row ? row : 0});
             }
     }
     for (int i = 0; i < NumberListLength; ++i) {
@@ -284,7 +304,7 @@ std::vector<FreeWeight> ListFreeWeights(const FitSettings& settings, std::string
             const std::string index = number.count > 1 ? "[" + std::to_string(k) + "]" : "";
             weights.push_back({number.name + index, value, *value, number.low, number.high,
                                std::max(settings.number_spread * range, 0.5), -1, 0, range > WideRange ? range / 16 : 1,
-                               false});
+                               0, 0});
         }
     }
     for (const auto* list : {&settings.only, &settings.freeze})

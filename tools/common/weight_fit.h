@@ -26,8 +26,9 @@ struct FreeWeight {
     double spread;  // standard deviation of the opinion that `start` is right
     int slot;       // in term_weights; -1 for numbers
     int phase;
-    int step;      // of a finite difference
-    bool follows;  // the weight before it in the list is its neighbour in a table
+    int step;  // of a finite difference
+    // How many places before it in the list its neighbours in a table are, 0: it has no such neighbour.
+    int beside, above;
 };
 
 struct FitSettings {
