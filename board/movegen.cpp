@@ -1,7 +1,8 @@
 // movegen.cpp - the generators.
 //
 // Each generator is one template over the side to move and over whether ordering scores are
-// wanted; perft uses the unscored form of the very code that the search runs.
+// wanted; reading and writing of moves use the unscored form of the very code that the search runs.
+// Perft has a form of its own, which shares pawns, castling and evasions with them.
 //
 // Orders are fixed, since they decide between equal scores: men and targets lowest square
 // first for both colours, quiet promotions highest square first.
@@ -50,7 +51,8 @@ template <Colour us, bool scored> inline void AppendQuiets(Square from, PieceTyp
     }
 }
 
-template <bool scored> inline void AppendCaptures(Square from, PieceType piece, Bitboard targets) {
+// Captures and quiet moves alike; only captures are scored rightly.
+template <bool scored> inline void AppendMoves(Square from, PieceType piece, Bitboard targets) {
     const Move base = PackMove(from, 0, piece);
     while (targets) {
         const Square to = PopLowest(targets);
@@ -72,48 +74,51 @@ template <Colour us, bool scored> void AppendEnPassant() {
     if (ShiftEast(Bit(to)) & pawns) AppendCapture<scored>(PackMove(to + 1, target, PAWN));
 }
 
-template <Colour us, bool scored> void Captures(Bitboard targets) {
-    const Position& p = thread_board;
+template <Colour us, bool scored> void PawnCaptures(Bitboard pawns, Bitboard targets) {
     // Pawns that attack a target are the squares that an enemy pawn on the target would attack.
-    Bitboard pawns = PawnAttackSet<ChangeSide(us)>(targets) & p.pieces[PAWN][us];
+    pawns &= PawnAttackSet<ChangeSide(us)>(targets);
     while (pawns) {
         const Square from = PopLowest(pawns);
         const Bitboard hits = pawn_attacks[us][from] & targets;
         if (RelativeRank(us, from) == 6) {
             for (Bitboard left = hits; left;) {
                 const Square to = PopLowest(left);
-                const Move base = PackMove(from, to, PAWN, p.board[to]);
+                const Move base = PackMove(from, to, PAWN, thread_board.board[to]);
                 for (const Move promotion : {QUEEN, KNIGHT, ROOK, BISHOP})
                     AppendCapture<scored>(base | promotion << 18);
             }
         } else {
-            AppendCaptures<scored>(from, PAWN, hits);
+            AppendMoves<scored>(from, PAWN, hits);
         }
     }
+}
+
+template <Colour us, bool scored> void Captures(Bitboard targets) {
+    const Position& p = thread_board;
+    PawnCaptures<us, scored>(p.pieces[PAWN][us], targets);
     AppendEnPassant<us, scored>();
     for (Bitboard men = p.pieces[KNIGHT][us]; men;) {
         const Square from = PopLowest(men);
-        AppendCaptures<scored>(from, KNIGHT, knight_attacks[from] & targets);
+        AppendMoves<scored>(from, KNIGHT, knight_attacks[from] & targets);
     }
     for (Bitboard men = p.pieces[BISHOP][us]; men;) {
         const Square from = PopLowest(men);
-        if (bishop_rays[from] & targets) AppendCaptures<scored>(from, BISHOP, BishopAttacks(from) & targets);
+        if (bishop_rays[from] & targets) AppendMoves<scored>(from, BISHOP, BishopAttacks(from) & targets);
     }
     for (Bitboard men = p.pieces[ROOK][us]; men;) {
         const Square from = PopLowest(men);
-        if (rook_rays[from] & targets) AppendCaptures<scored>(from, ROOK, RookAttacks(from) & targets);
+        if (rook_rays[from] & targets) AppendMoves<scored>(from, ROOK, RookAttacks(from) & targets);
     }
     for (Bitboard men = p.pieces[QUEEN][us]; men;) {
         const Square from = PopLowest(men);
-        if (queen_rays[from] & targets) AppendCaptures<scored>(from, QUEEN, QueenAttacks(from) & targets);
+        if (queen_rays[from] & targets) AppendMoves<scored>(from, QUEEN, QueenAttacks(from) & targets);
     }
     const Square king = p.king_square[us];
-    AppendCaptures<scored>(king, KING, king_attacks[king] & targets);
+    AppendMoves<scored>(king, KING, king_attacks[king] & targets);
 }
 
-template <Colour us, bool scored> void Promotions() {
-    Bitboard pawns =
-        thread_board.pieces[PAWN][us] & RelativeRankMask(us, 6) & ShiftBackward<us>(~thread_board.occupied);
+template <Colour us, bool scored> void Promotions(Bitboard pawns) {
+    pawns &= RelativeRankMask(us, 6) & ShiftBackward<us>(~thread_board.occupied);
     while (pawns) {
         const Square from = HighestSquare(pawns);
         pawns ^= Bit(from);
@@ -387,9 +392,65 @@ template <Colour us> int UnscoredLegalMoves(int start) {
     }
     filter(start);
     const int quiets = move_count;
-    Promotions<us, false>();
+    Promotions<us, false>(p.pieces[PAWN][us]);
     Quiets<us, false>();
     filter(quiets);
+    return move_count - start;
+}
+
+// One look at each man for captures and quiet moves together.
+template <Colour us> int LegalMovesByMan(int start) {
+    move_count = start;
+    const Position& p = thread_board;
+    if (InCheck(us)) {
+        Evasions<us, false, true>();
+        return move_count - start;
+    }
+    constexpr Colour them = ChangeSide(us);
+    const Square king = p.king_square[us];
+    const Bitboard pinned = PinnedPieces(us);
+    // A pinned man stays on its line.
+    const auto line = [&](Square from) {
+        return pinned & Bit(from) ? direction_rays[DirectionIndex(direction[king][from])][king] : ~Bitboard(0);
+    };
+
+    const Bitboard pawns = p.pieces[PAWN][us] & ~pinned;
+    PawnCaptures<us, false>(pawns, p.colour[them]);
+    Promotions<us, false>(pawns);
+    Pushes<us, false>(pawns, ~p.occupied);
+    for (Bitboard men = p.pieces[PAWN][us] & pinned; men;) {
+        const Square from = PopLowest(men);
+        PawnCaptures<us, false>(Bit(from), p.colour[them] & line(from));
+        Pushes<us, false>(Bit(from), line(from));
+    }
+    int kept = move_count;
+    AppendEnPassant<us, false>();
+    for (int i = kept; i < move_count; ++i)
+        if (IsLegal(move_stack[i].move, pinned)) move_stack[kept++].move = move_stack[i].move;
+    move_count = kept;
+
+    const Bitboard targets = ~p.colour[us];
+    for (Bitboard men = p.pieces[KNIGHT][us] & ~pinned; men;) {
+        const Square from = PopLowest(men);
+        AppendMoves<false>(from, KNIGHT, knight_attacks[from] & targets);
+    }
+    for (Bitboard men = p.pieces[BISHOP][us]; men;) {
+        const Square from = PopLowest(men);
+        AppendMoves<false>(from, BISHOP, BishopAttacks(from) & targets & line(from));
+    }
+    for (Bitboard men = p.pieces[ROOK][us]; men;) {
+        const Square from = PopLowest(men);
+        AppendMoves<false>(from, ROOK, RookAttacks(from) & targets & line(from));
+    }
+    for (Bitboard men = p.pieces[QUEEN][us]; men;) {
+        const Square from = PopLowest(men);
+        AppendMoves<false>(from, QUEEN, QueenAttacks(from) & targets & line(from));
+    }
+    for (Bitboard steps = king_attacks[king] & targets; steps;) {
+        const Square to = PopLowest(steps);
+        if (!IsAttacked(to, them)) AppendUnscored(PackMove(king, to, KING, p.board[to]));
+    }
+    Castlings<us, false>();
     return move_count - start;
 }
 
@@ -401,8 +462,8 @@ void GenerateCaptures(Bitboard targets) {
 }
 
 void GeneratePromotions() {
-    if (SideToMove() == WHITE) Promotions<WHITE, true>();
-    else Promotions<BLACK, true>();
+    if (SideToMove() == WHITE) Promotions<WHITE, true>(thread_board.pieces[PAWN][WHITE]);
+    else Promotions<BLACK, true>(thread_board.pieces[PAWN][BLACK]);
 }
 
 void GenerateQuiets() {
@@ -432,4 +493,8 @@ int GenerateLegalMoves(int start) {
 
 int GenerateUnscoredLegalMoves(int start) {
     return SideToMove() == WHITE ? UnscoredLegalMoves<WHITE>(start) : UnscoredLegalMoves<BLACK>(start);
+}
+
+int GenerateLegalMovesByMan(int start) {
+    return SideToMove() == WHITE ? LegalMovesByMan<WHITE>(start) : LegalMovesByMan<BLACK>(start);
 }

@@ -40,6 +40,7 @@ void GenerateQuietChecks(bool wide, const CheckInfo& info);  // with the node's 
 // is the current count (restore the count after).
 int GenerateLegalMoves(int start);
 
-// For perft: the search's generators without scores, then the legality filter. Returns the
-// number of legal moves, which stand on the stack from `start` on.
+// The same without scores, much faster; in check in the order of evasions.
 int GenerateUnscoredLegalMoves(int start);
+// For perft, faster still: captures and quiet moves mixed, man by man.
+int GenerateLegalMovesByMan(int start);

@@ -16,7 +16,7 @@
 constexpr int MaxPerftDepth = 50;
 
 static uint64_t CountLeaves(int depth, int start) {
-    const int end = start + GenerateUnscoredLegalMoves(start);
+    const int end = start + GenerateLegalMovesByMan(start);
     if (depth == 1) return uint64_t(end - start);
     uint64_t leaves = 0;
     for (int i = start; i < end; ++i) {

@@ -65,8 +65,10 @@ bool ChecksAfterwards(Move m) {
 
 TEST(MoveGeneration, UnscoredMovesAreTheLegalMoves) {
     AtManyPositions(4, 100, [](const MoveList& legal) {
-        const MoveList unscored = Generated([] { GenerateUnscoredLegalMoves(move_count); });
-        EXPECT_EQ(Text(Sorted(unscored)), Text(Sorted(legal)));
+        for (const auto generate : {GenerateUnscoredLegalMoves, GenerateLegalMovesByMan}) {
+            const MoveList unscored = Generated([&] { generate(move_count); });
+            EXPECT_EQ(Text(Sorted(unscored)), Text(Sorted(legal)));
+        }
     });
 }
 
