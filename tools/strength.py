@@ -29,7 +29,7 @@ HASH = "option.Hash=16"
 # The Debian package, the command, and what the match must know of the engine.
 PACKAGED = {
     "phalanx": ("phalanx", "/usr/games/phalanx", ["proto=xboard", "arg=-b-", "arg=-l-"]),
-    "gnuchess": ("gnuchess", "/usr/games/gnuchessu", [HASH]),
+    "gnuchess": ("gnuchess", "/usr/games/gnuchess", ["arg=--uci", HASH]),
     "glaurung": ("glaurung", "/usr/games/glaurung", [HASH, "option.OwnBook=false", "option.Threads=1"]),
     "toga2": ("toga2", "/usr/games/toga2", [HASH, "option.OwnBook=false"]),
     "stockfish": ("stockfish", "/usr/games/stockfish", [HASH, "option.Use NNUE=false", "option.Threads=1"]),
