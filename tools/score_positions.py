@@ -5,8 +5,9 @@
 
 Each line of IN is "FEN-of-four-fields ce SCORE; c0 "RESULT";" (doc/tuning.md); OUT gets the same lines
 with the score of the engine's search, centipawns for the side to move. Positions that it calls a
-mate, or answers without a score, are left out. OUT is appended to and the positions that it holds already are not scored again, so
-that a run that was interrupted can go on. Run two of them on halves of a file to use two processors.
+mate, or answers without a score, are left out. OUT is appended to and the positions that it holds
+already are not scored again, so that a run that was interrupted can go on. Run two of them on halves
+of a file to use two processors.
 """
 import argparse
 import gzip
