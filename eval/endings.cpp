@@ -218,7 +218,10 @@ template <Colour Owner> int OnePawnScaled(int score) {
     const Position& p = thread_board;
     const int lead = p.NonPawnMaterial[Owner] - p.NonPawnMaterial[Defender];
     const bool bare = p.NonPawnMaterial[Defender] == 0;
-    if (lead >= -3 && lead <= 3 && !bare && StopSquareHeld<Owner>()) score = Scaled(score, Unchanged / 2);
+    // A rook against a minor piece wins with a pawn all the same.
+    const bool exchange_up = p.NonPawnMaterial[Owner] == 5 && p.NonPawnMaterial[Defender] == 3;
+    if (lead >= -3 && lead <= 3 && !bare && !exchange_up && StopSquareHeld<Owner>())
+        score = Scaled(score, Unchanged / 2);
     if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1
         && p.PieceCount[ROOK][BLACK] == 1) {
         const Square pawn = LowestSquare(p.pieces[PAWN][Owner]), king = p.king_square[Defender];

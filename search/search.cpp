@@ -108,12 +108,23 @@ bool IsWrongBishop(Colour c) {
     return ((king_attacks[corner] | Bit(corner)) & p.pieces[KING][ChangeSide(c)]) != 0;
 }
 
+// A king beside the rim on which it has a pawn of its own: shut in with it, even a lone minor
+// piece may mate it.
+bool IsShutInByRookPawn(Colour c) {
+    const Position& p = thread_board;
+    const Bitboard king = p.pieces[KING][c], pawns = p.pieces[PAWN][c];
+    constexpr Bitboard queen_rim = FileA | FileA << 1, king_rim = FileH | FileH >> 1;
+    return ((king & queen_rim) && (pawns & FileA)) || ((king & king_rim) && (pawns & FileH));
+}
+
 // Can the side of at most a lone minor piece, or of the wrong bishop, never win from here?
 bool IsHopeless(const MaterialRecord* material, Colour c) {
     const Position& p = thread_board;
     const Colour enemy = ChangeSide(c);
-    if (HasCannotWinFlag(material, c) && p.NonPawnMaterial[c] <= 3)
-        return p.NonPawnMaterial[enemy] == 0 || (p.NonPawnMaterial[enemy] <= 3 && p.pieces[PAWN][enemy] == 0);
+    if (HasCannotWinFlag(material, c) && p.NonPawnMaterial[c] <= 3) {
+        if (p.pieces[PAWN][enemy] == 0) return p.NonPawnMaterial[enemy] <= 3;
+        return p.NonPawnMaterial[enemy] == 0 && !IsShutInByRookPawn(enemy);
+    }
     return IsWrongBishop(c);
 }
 

@@ -36,6 +36,9 @@ const EndingCase cases[] = {
     {"queen against knight", "8/8/3k4/3n4/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"queen against two knights", "8/8/2nk4/3n4/8/8/8/KQ6 w - - 0 1", Verdict::Drawish},
     {"rook against bishop", "8/8/3k4/3b4/8/8/8/KR6 w - - 0 1", Verdict::Drawish},
+    {"the same, in the corner of the bishop's colour", "8/8/8/8/8/2R2K2/8/5b1k w - - 0 1", Verdict::Won},
+    {"the same, beside it, face to face", "8/8/8/8/8/R5K1/8/5bk1 w - - 0 1", Verdict::Won},
+    {"the same, in the other corner", "8/8/8/8/8/2R2K2/8/6bk w - - 0 1", Verdict::Drawish},
     {"rook against knight", "8/8/3k4/3n4/8/8/8/KR6 w - - 0 1", Verdict::Drawish},
     {"rook and bishop against rook", "8/8/3k4/3r4/8/8/8/KRB5 w - - 0 1", Verdict::Drawish},
     {"rook and knight against rook", "8/8/3k4/3r4/8/8/8/KRN5 w - - 0 1", Verdict::Drawish},
@@ -112,6 +115,7 @@ const EndingCase cases[] = {
     {"bishops of one colour, the king blocks on the other", "3k4/8/3P4/4K3/8/8/8/1b3B2 w - - 0 1", Verdict::Drawish},
     {"bishop and pawn against a knight, king before the pawn", "8/3k4/3P4/4K3/8/1n6/8/4B3 w - - 0 1", Verdict::Drawish},
     {"knight and pawn against a bishop on the path", "8/2k5/8/3P4/3K4/6b1/8/4N3 w - - 0 1", Verdict::Drawish},
+    {"queen against a bishop and a pawn", "8/8/1Q1K4/8/6p1/8/4b3/7k w - - 0 1", Verdict::Won},
     {"rook on the third rank holds the queen out", "3k4/2p5/3r4/8/3K4/8/8/Q7 w - - 0 1", Verdict::Drawish},
 
     // Pawns alone.

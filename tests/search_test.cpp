@@ -56,6 +56,7 @@ const MateCase mate_cases[] = {
     {"back rank", "6k1/5ppp/8/8/8/8/8/R3K3 w - - 0 1", 4, 1},
     {"smothered, by a quiet knight check", "6rk/6pp/8/6N1/8/8/8/6K1 w - - 0 1", 4, 1},
     {"queen and king", "8/8/8/8/8/2k5/7q/K7 w - - 0 1", 4, -1},
+    {"a knight, the king shut in by its own pawn", "8/8/8/8/p7/8/N7/k1K5 w - - 0 1", 14, 7},
 };
 
 TEST_F(SearchTest, FindsMatesAtTheirDistance) {
