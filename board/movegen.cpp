@@ -26,7 +26,6 @@ namespace {
 // Scores of evasions and quiet checks that no table supplies.
 constexpr int CounterEvasionScore = 90000;
 constexpr int KingStepMalus = 100;
-constexpr int UnderPromotionScore = 100901;
 constexpr int CheckScore = 1000;
 constexpr int DiscoveredCheckScore = 2000;
 
@@ -125,7 +124,7 @@ template <Colour us, bool scored> void Promotions(Bitboard pawns) {
         const Move base = PackMove(from, us == WHITE ? from + 8 : from - 8, PAWN);
         AppendCapture<scored>(base | Move(QUEEN) << 18);
         for (const Move promotion : {ROOK, KNIGHT, BISHOP}) {
-            if constexpr (scored) Append(base | promotion << 18, UnderPromotionScore);
+            if constexpr (scored) Append(base | promotion << 18, SmallGainScore);
             else AppendUnscored(base | promotion << 18);
         }
     }

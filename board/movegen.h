@@ -1,7 +1,7 @@
 // movegen.h - the move stack and the generators.
 //
 // Generators append pseudo-legal moves of the side to move to one global stack, each with
-// an ordering score. Only GenerateEvasions and GenerateLegalMoves give legal moves.
+// an ordering score. GenerateEvasions and those with Legal in their names give legal moves only.
 //
 // State: move_stack, move_count.
 #pragma once
@@ -23,15 +23,15 @@ extern int move_count;
 // Captures onto `targets`, promotion captures among them (queen, knight, rook, bishop), and
 // en-passant captures whatever the targets. Scored by CaptureScore().
 void GenerateCaptures(Bitboard targets);
-// Promotions without capture: queen, rook, knight, bishop. Scored like captures.
+// Promotions without capture: queen, rook, knight, bishop. Scored by CaptureScore(), too.
 void GeneratePromotions();
 // All other moves to empty squares, castling first. Scored from the history.
 void GenerateQuiets();
 // In check only: every legal move (promotions to queen and knight only), scored.
 void GenerateEvasions();
-// Quiet moves that give check, castling left out, own king's safety not tested. `wide` adds discovered checks,
-// pawn checks and checks on squares that enemy pawns attack; without it checks that lose
-// the checking piece are left out.
+// Quiet moves that give check, castling left out, own king's safety not tested. `wide` adds
+// discovered checks, pawn checks and checks on squares that enemy pawns attack; without it checks
+// that lose the checking piece are left out.
 void GenerateQuietChecks(bool wide);
 void GenerateQuietChecks(bool wide, const CheckInfo& info);  // with the node's own check squares
 

@@ -28,7 +28,7 @@ constexpr int TrustedTries = 8;  // a rate counts from more tries than this
 }  // namespace
 
 int CaptureScore(Move m) {
-    if (!IsCaptureOrPromotion(m)) return 100901;  // en passant: captured and promotion are 0
+    if (!IsCaptureOrPromotion(m)) return SmallGainScore;  // en passant: captured and promotion are 0
     const int base = 10 * OrderingValue[MoveCaptured(m)] - OrderingValue[MovePiece(m)];
     if (PassesExchange(m)) return base + (MovePromotion(m) ? 108000 : 100000);
     int rate = 0;

@@ -63,6 +63,7 @@ inline int32_t& HistoryValue(int eval_ok, Move m, Colour us) {
 
 // Ordering score of a capture or promotion: 100000 and more when it loses no material
 // (108000 for promotions), far below zero for a losing capture without a record of success.
+constexpr int SmallGainScore = 100901;  // en passant, and promotions to less than a queen without capture
 int CaptureScore(Move m);
 // Ordering score of a quiet move: its history value at the current ply.
 inline int QuietScore(Move m, Colour us) { return HistoryValue(ply_records[current_ply].eval_ok, m, us); }

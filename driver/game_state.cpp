@@ -8,6 +8,7 @@
 #include "book/book_learning.h"
 #include "book/learning_file.h"
 #include "driver/engine_turn.h"
+#include "eval/evaluate.h"
 #include "search/search_state.h"
 #include "search/transposition.h"
 
@@ -21,6 +22,7 @@ namespace {
 // hold back fresh ones.
 void ForgetLastGame() {
     ClearTable();
+    ClearEvaluationTables();
     AgeTable(3);
     ClearHistory();
     ResetGameMemory();

@@ -52,6 +52,7 @@ void IdentifyUci() {
 void ResizeTranspositionTable(uint32_t megabytes) {
     TranspositionSize = megabytes * 1048576u / TranspositionEntryBytes;
     if (!AllocateTable(TranspositionSize)) OutOfMemory();
+    ClearEvaluationTables();
 }
 
 void ResizePawnHash(uint32_t megabytes) {
@@ -121,7 +122,10 @@ void SetOption() {
     for (const Option& option : options) {
         if (!KeywordMatches(option.name, Word(2))) continue;
         if (option.set == nullptr) {
-            if (KeywordMatches("Hash", Word(3))) ClearTable();
+            if (KeywordMatches("Hash", Word(3))) {
+                ClearTable();
+                ClearEvaluationTables();
+            }
         } else if (word_count > 4 && KeywordMatches("value", Word(3))) {
             option.set();
         }

@@ -218,8 +218,10 @@ template <Colour Owner> int OnePawnScaled(int score) {
     const Position& p = thread_board;
     const int lead = p.NonPawnMaterial[Owner] - p.NonPawnMaterial[Defender];
     const bool bare = p.NonPawnMaterial[Defender] == 0;
-    // A rook against a minor piece wins with a pawn all the same.
-    const bool exchange_up = p.NonPawnMaterial[Owner] == 5 && p.NonPawnMaterial[Defender] == 3;
+    // A rook against a minor piece mostly wins with a pawn all the same; not with a rook pawn
+    // against a bishop.
+    const bool exchange_up = p.NonPawnMaterial[Owner] == 5 && p.NonPawnMaterial[Defender] == 3
+        && !(p.pieces[BISHOP][Defender] && (p.pieces[PAWN][Owner] & (FileA | FileH)));
     if (lead >= -3 && lead <= 3 && !bare && !exchange_up && StopSquareHeld<Owner>())
         score = Scaled(score, Unchanged / 2);
     if (p.NonPawnMaterial[WHITE] == 5 && p.NonPawnMaterial[BLACK] == 5 && p.PieceCount[ROOK][WHITE] == 1

@@ -10,7 +10,7 @@ struct MaterialRecord {
     int16_t current_phase;  // 0 all pieces .. 256 none
     int16_t black_phase, white_phase;
     int16_t correction;   // EvaluateMaterial() less (Material[BLACK] - Material[WHITE])
-    int16_t time_factor;  // 256 = neutral; the clock spends more while there is much to do
+    int16_t time_factor;  // 256 = the base of a move; more while there is much to do
 };
 static_assert(sizeof(MaterialRecord) == 12);
 

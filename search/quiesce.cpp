@@ -66,16 +66,18 @@ bool OutsideBand(Colour us, int beta, int* value) {
     return balance >= beta && balance != MATE;
 }
 
-// Nothing nearer to alpha than DeltaLeast is pruned; a gain of DeltaBigGain needs a wider gap.
-constexpr int DeltaLeast = 58, DeltaBigGain = 478;
+// Nothing nearer to alpha than DeltaLeast is pruned; a smaller gain than DeltaBigGain needs
+// DeltaWide, and an enemy with pieces left or a lost position; a bigger one DeltaWidest.
+constexpr int DeltaLeast = 58, DeltaWide = 113, DeltaWidest = 395, DeltaBigGain = 478;
+constexpr int DeltaUnits = 10, DeltaLostEval = -498;
 
 // Delta pruning: too far below alpha even with what the capture gains by exchange.
 // `distance` is alpha - eval.
 bool IsPrunedByDelta(int gain, int distance, Colour them, int eval) {
     distance -= gain;
     if (distance < DeltaLeast) return false;
-    if (gain >= DeltaBigGain) return distance >= 395;
-    return distance >= 113 && (thread_board.NonPawnMaterial[them] >= 10 || eval < -498);
+    if (gain >= DeltaBigGain) return distance >= DeltaWidest;
+    return distance >= DeltaWide && (thread_board.NonPawnMaterial[them] >= DeltaUnits || eval < DeltaLostEval);
 }
 
 // The same for a move, without the exchange where its bounds settle the question: it gains
@@ -230,20 +232,27 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
     };
 
     if (in_check) {
-        // Step 10. Evasions, the hash move among them.
+        // Step 9. The hash move, if it is an evasion at all.
         GenerateEvasions();
         const int evasions = move_count - stack_start;
         if (evasions == 0) return ply - MATE;
-        const int hash_depth = depth - HashMoveDepth;  // without the bonus of a single reply
-        if (evasions == 1) depth += EvasionDepth;
-        if (parent_tried && IsQuiet(previous) && previous != 0 && IsHarmlessCheck(stack_start, move_count))
-            return leave(beta);
+        const bool harmless =
+            parent_tried && IsQuiet(previous) && previous != 0 && IsHarmlessCheck(stack_start, move_count);
         MovePicker picker;
         picker.StartInCheck(hash_move, stack_start);
-        while (const Move m = picker.Next()) {
+        Move m = picker.Next();
+        if (m == hash_move) {
             PrefetchChild(m);
-            const int child_depth = m == hash_move ? hash_depth : depth - ONE_PLY;
-            if (try_move(m, GivesCheck(m, checks), child_depth)) return leave(cut_value);
+            if (try_move(m, GivesCheck(m, checks), depth - HashMoveDepth)) return leave(cut_value);
+            m = picker.Next();
+        }
+
+        // Step 10. The other evasions.
+        if (evasions == 1) depth += EvasionDepth;
+        if (harmless) return leave(beta);
+        for (; m != 0; m = picker.Next()) {
+            PrefetchChild(m);
+            if (try_move(m, GivesCheck(m, checks), depth - ONE_PLY)) return leave(cut_value);
         }
     } else {
         const Bitboard pinned = PinnedPieces(us);
@@ -267,7 +276,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
 
         // Step 11. Captures that can gain, and promotions.
         if (!(flags & FlagNoCaptures)) {
-            const Bitboard targets = pv ? p.colour[them] : GainfulTargets(us, eval, alpha);
+            const Bitboard targets = GainfulTargets(us, eval, alpha);
             GenerateCaptures(targets);
             GeneratePromotions();
             if (move_count == stack_start && targets == p.colour[them]) flags |= FlagNoCaptures;
@@ -312,7 +321,7 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         }
     }
 
-    // Step 14. The end; a node that failed low, or that only stood pat, stores nothing.
-    if (best_move != 0 && alpha > old_alpha) StoreTable(0, best_move, best, BoundExact, 0, flags, ply);
+    // Step 14. The end; a node that failed low stores nothing.
+    if (alpha > old_alpha) StoreTable(0, best_move, best, BoundExact, 0, flags, ply);
     return leave(best);
 }

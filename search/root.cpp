@@ -104,8 +104,10 @@ void OrderRootMoves() {
         KeepLine(root);
     }
     std::stable_sort(root_moves, root_moves + root_move_count, [&](const RootMove& a, const RootMove& b) {
-        if ((a.move == table_move) != (b.move == table_move)) return a.move == table_move;
-        return a.score > b.score;
+        // Stopped on the way, the table's move may have no score yet, and any with one is better.
+        const bool a_first = a.move == table_move && a.score > -OpenWindow;
+        const bool b_first = b.move == table_move && b.score > -OpenWindow;
+        return a_first != b_first ? a_first : a.score > b.score;
     });
 }
 
@@ -155,7 +157,10 @@ int AspireFirstMove(RootMove& root, int k, int previous) {
     int failures_low = 0, failures_high = 0;
     for (;;) {
         const int score = SearchRootMove(root, low, high, DepthOfIteration(k), PvNode);
-        if (stop_flag) return 0;
+        if (stop_flag) {
+            if (failures_low > 0) root.score = previous;  // the bound is no score to end with
+            return 0;
+        }
         if (score <= low && low > -OpenWindow) {
             root_in_trouble = true;
             root.score = score;
@@ -254,11 +259,11 @@ int AspireLine(int i, int k) {
         root.score = score;
         KeepLine(root);
         ReportMultiPV(k, i, Bound::Lower);
-        score = SearchRootMove(root, score - 1, OpenWindow, DepthOfIteration(k), PvNode);
+        score = SearchRootMove(root, score, OpenWindow, DepthOfIteration(k), PvNode);
     } else if (score <= previous - MultiPVWindow) {
         root.score = score;
         ReportMultiPV(k, i, Bound::Upper);
-        score = SearchRootMove(root, -OpenWindow, score + 1, DepthOfIteration(k), PvNode);
+        score = SearchRootMove(root, -OpenWindow, score, DepthOfIteration(k), PvNode);
     }
     return score;
 }
@@ -287,7 +292,7 @@ int IterateMultiPV(int max_depth) {
                 if (!stop_flag && score > worst) {
                     root.score = score;
                     ReportMultiPV(k, i, Bound::Lower);
-                    score = SearchRootMove(root, score - 1, OpenWindow, DepthOfIteration(k), PvNode);
+                    score = SearchRootMove(root, score, OpenWindow, DepthOfIteration(k), PvNode);
                 }
             }
             if (stop_flag) {
@@ -450,7 +455,7 @@ SearchResult think(bool use_book) {
         result.searched = true;
     }
     result.best = root_moves[0].move;
-    result.score = std::max(root_moves[0].score, -MATE);  // stopped before the first guess
+    result.score = root_moves[0].score > -OpenWindow ? root_moves[0].score : 0;  // stopped before the first guess
     // Front ends want one line with a score for every move, searched or not. After a ponder miss
     // or a take-back in analysis xboard would credit it to the new position.
     const bool outdated = stop_flag && !UciMode && (PonderingNow || AnalysisMode);

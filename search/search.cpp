@@ -108,16 +108,16 @@ bool IsWrongBishop(Colour c) {
     return ((king_attacks[corner] | Bit(corner)) & p.pieces[KING][ChangeSide(c)]) != 0;
 }
 
-// A king beside the rim on which it has a pawn of its own: shut in with it, even a lone minor
-// piece may mate it.
+// A king on the rim file of its own rook pawn or on the next: shut in with the pawn, even a lone
+// minor piece may mate it.
 bool IsShutInByRookPawn(Colour c) {
     const Position& p = thread_board;
     const Bitboard king = p.pieces[KING][c], pawns = p.pieces[PAWN][c];
-    constexpr Bitboard queen_rim = FileA | FileA << 1, king_rim = FileH | FileH >> 1;
+    constexpr Bitboard queen_rim = FileMask(0) | FileMask(1), king_rim = FileMask(6) | FileMask(7);
     return ((king & queen_rim) && (pawns & FileA)) || ((king & king_rim) && (pawns & FileH));
 }
 
-// Can the side of at most a lone minor piece, or of the wrong bishop, never win from here?
+// Is there hardly a way for the side of at most a lone minor piece, or of the wrong bishop, to win?
 bool IsHopeless(const MaterialRecord* material, Colour c) {
     const Position& p = thread_board;
     const Colour enemy = ChangeSide(c);
@@ -162,8 +162,8 @@ int Reduction(int r, int n) {
     return r <= 42 ? -3 * ONE_PLY : -4 * ONE_PLY;
 }
 
-// One node. With `excluded` it is an exclusion search: that move is left out, nothing is
-// read from or written to the table.
+// One node. With `excluded` it is an exclusion search: that move is left out, the table cuts
+// nothing off and is not written to.
 int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type, Move excluded) {
     assert(alpha < beta && depth >= ONE_PLY);
     const int ply = current_ply;
