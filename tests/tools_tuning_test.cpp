@@ -317,6 +317,28 @@ TEST_F(Tuning, FitFindsSpoiledWeights) {
     EXPECT_DOUBLE_EQ(errors.held_out, report.after.held_out);
 }
 
+// A table of boards is smoothed along files and ranks, and not from one board to the next.
+TEST_F(Tuning, NeighboursOnTheBoardAreNeighboursInTheFit) {
+    const struct {
+        const char* why;
+        const char* term;
+        int slot, beside, above;
+    } cases[] = {
+        {"the first square", "OwnKingPawn", 0, 0, 0},        {"the h file beside the g file", "OwnKingPawn", 7, 1, 0},
+        {"the a file: none beside", "OwnKingPawn", 8, 0, 8}, {"inside", "OwnKingPawn", 12, 1, 8},
+        {"the next board begins", "OwnKingPawn", 64, 0, 0},  {"its first rank", "OwnKingPawn", 67, 1, 0},
+        {"a plain row", "KnightMobility", 8, 1, 0},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        FitSettings settings;
+        settings.only = {c.term};
+        const FreeWeight weight = ListFreeWeights(settings, nullptr)[size_t(c.slot)];
+        EXPECT_EQ(weight.beside, c.beside);
+        EXPECT_EQ(weight.above, c.above);
+    }
+}
+
 TEST_F(Tuning, NamesSelectWeights) {
     FitSettings settings;
     settings.only = {"RookFiles", "rook_ending_factor"};

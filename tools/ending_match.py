@@ -10,8 +10,8 @@ longest mate in moves, average; then each failure with its position.
 
     tools/ending_match.py build/corvantis /usr/games/stockfish --count 200 --class KBNK
 
-Positions depend on the seed and on what the referee takes for won. Both engines play without tablebases and with a new hash
-table for each game. Only the standard library is used.
+Positions depend on the seed and on what the referee takes for won. Both engines play without
+tablebases and with a new hash table for each game. Only the standard library is used.
 """
 import argparse
 import random

@@ -1,12 +1,13 @@
 // epd_solve.cpp - runs test positions with known answers.
 //
-//   epd_solve [--movetime MS | --depth N | --nodes N] FILE...
+//   epd_solve [--movetime MS | --depth N | --nodes N] [--winner] FILE...
 //
 // Each line of a file is an EPD record: four FEN fields, then operations; empty lines and lines
-// that begin with # are passed over. "bm" names the best
-// moves in SAN, any of which solves the position; "dm N" says that the side to move mates in N
-// moves, or for a negative N that it is mated in -N, and the score must say the same. With both
-// the shortest mate solves whatever its first move. Records without either are searched and
+// that begin with # are passed over. "bm" names the best moves in SAN, any of which solves the
+// position; "dm N" says that the side to move mates in N moves, or for a negative N that it is
+// mated in -N, and the score must say the same. With --winner it is enough that the score calls
+// the same side the winner, by three pawns or more. With both operations the score solves
+// whatever the first move. Records without either are searched and
 // counted as unrated; what is no record counts as not solved. Exit status 0 when every rated
 // position is solved, 1 when one is not or there are no positions, 2 when a file cannot be read.
 #include <algorithm>
@@ -31,7 +32,10 @@
 namespace {
 
 constexpr int DefaultMilliseconds = 1000;
-constexpr int LongestMate = 500;  // moves
+constexpr int LongestMate = 500;   // moves
+constexpr int WinningScore = 300;  // centipawns
+
+bool winner_suffices = false;
 
 struct Record {
     std::string fen, id;
@@ -117,7 +121,8 @@ void Solve(const Record& record, const SearchLimits& limits, Totals& totals) {
     std::string remark;
     if (record.has_mate) {
         const int mate = MateDistance(result.score);
-        solved = mate == record.mate;
+        const int winners_score = record.mate > 0 ? result.score : -result.score;
+        solved = winner_suffices ? winners_score >= WinningScore : mate == record.mate;
         remark = "  mate " + std::to_string(mate) + " of " + std::to_string(record.mate);
     }
     const bool rated = record.has_mate || !record.best_moves.empty();
@@ -137,8 +142,9 @@ void Solve(const Record& record, const SearchLimits& limits, Totals& totals) {
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: epd_solve [--movetime MS | --depth N | --nodes N] FILE...\n"
-                 "       one limit a position, default --movetime %d; depth 1..90\n",
+                 "usage: epd_solve [--movetime MS | --depth N | --nodes N] [--winner] FILE...\n"
+                 "       one limit a position, default --movetime %d; depth 1..90\n"
+                 "       --winner: for a mate the right side ahead by three pawns is enough\n",
                  DefaultMilliseconds);
     return 2;
 }
@@ -157,6 +163,10 @@ int main(int argc, char** argv) {
         const std::string word = argv[i];
         if (word.rfind("--", 0) != 0) {
             files.push_back(word);
+            continue;
+        }
+        if (word == "--winner") {
+            winner_suffices = true;
             continue;
         }
         if (++i == argc) return Usage();

@@ -6,8 +6,8 @@
 Each line of IN is "FEN-of-four-fields ce SCORE; c0 "RESULT";" (doc/tuning.md); OUT gets the same lines
 with the score of the engine's search, centipawns for the side to move. Positions that it calls a
 mate, or answers without a score, are left out. OUT is appended to and the positions that it holds
-already are not scored again, so that a run that was interrupted can go on. Run two of them on halves
-of a file to use two processors.
+already are not scored again, so that a run that was interrupted can go on; the engine and the nodes
+should then be the same as before. Run two of them on halves of a file to use two processors.
 """
 import argparse
 import gzip
@@ -33,6 +33,7 @@ def fields(line):
 
 def score_of(engine, fen, nodes):
     """Centipawns for the side to move; None for a mate or no move at all."""
+    engine.new_game()  # or the score would depend on the positions before
     score = None
     for line in engine.search(fen + " 0 1", f"nodes {nodes}"):
         found = re.search(r" score (cp|mate) (-?\d+)", line)
@@ -51,14 +52,21 @@ def main():
     options = parser.parse_args()
     if options.output.suffix == ".gz":
         sys.exit("the output is plain text and cannot be compressed on the way")
+    if not options.input.is_file():
+        sys.exit(f"{options.input} cannot be read")
 
     done, cut_off = set(), False
     if options.output.exists():
-        done = {found[0] for found in map(fields, lines_of(options.output)) if found}
+        if options.output.samefile(options.input):
+            sys.exit("the output cannot be the input")
+        held = list(lines_of(options.output))
+        done = {found[0] for found in map(fields, held) if found}
+        if len(held) > len(done) + 1:  # the last line may be cut off
+            sys.exit(f"{options.output} holds other lines than scored positions; it is left alone")
         with open(options.output, "rb") as out:
             cut_off = out.seek(0, 2) > 0 and out.seek(-1, 2) >= 0 and out.read() != b"\n"
     engine = Engine(options.engine, [("Hash", options.hash), ("OwnBook", "false")])
-    start, scored, left_out, unreadable = time.monotonic(), 0, 0, 0
+    start, scored, left_out, unreadable, before = time.monotonic(), 0, 0, 0, len(done)
     with open(options.output, "a", encoding="ascii") as out:
         if cut_off:  # in the middle of a line
             out.write("\n")
@@ -80,7 +88,7 @@ def main():
                     print(f"\r{scored} positions, {scored / (time.monotonic() - start):.0f} a second", end="",
                           file=sys.stderr, flush=True)
     engine.quit()
-    print(f"{scored} positions scored, {left_out} left out, {unreadable} lines unreadable")
+    print(f"{scored} positions scored, {left_out} left out, {unreadable} lines unreadable; {before} were there before")
 
 
 if __name__ == "__main__":

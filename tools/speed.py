@@ -12,6 +12,7 @@ engines count other things as nodes, so that the ratio only compares with itself
 import argparse
 import pathlib
 import re
+import sys
 import tempfile
 
 from uci_engine import Engine
@@ -48,15 +49,21 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
     parser.add_argument("opponents", nargs="*", default=PACKAGED,
                         help="packaged UCI engines (commands in /usr/games) or paths")
-    parser.add_argument("--seconds", type=float, default=0.5, help="a position")
+    parser.add_argument("--seconds", type=float, default=0.5, help="a position (0.5)")
     parser.add_argument("--engine", default=ROOT / "build" / "corvantis", help="ours")
     options = parser.parse_args()
 
     text = (ROOT / "tools" / "common" / "signature.cpp").read_text()
     fens = re.findall(r'"([^" ]+ [wb] [^"]+)"', text)
+    if not fens:
+        sys.exit("tools/common/signature.cpp holds no positions that can be read here")
     commands = {"ours": options.engine}
     for opponent in options.opponents:
-        commands[opponent] = opponent if "/" in opponent else "/usr/games/" + opponent
+        command = opponent if "/" in opponent else "/usr/games/" + opponent
+        if pathlib.Path(command).exists():
+            commands[opponent] = command
+        else:
+            print(f"SKIPPED: {command} is missing")
     with tempfile.TemporaryDirectory() as folder:  # no book and no learned positions
         engines = {name: Engine(str(pathlib.Path(command).resolve()), OPTIONS, folder)
                    for name, command in commands.items()}

@@ -5,93 +5,149 @@
     tools/strength.py glaurung --games 200         against a packaged engine
     tools/strength.py v1 --nodes 10000 --games 2000
 
-Every opening of tools/match/openings.tsv is played with both colours, without books, with one
-thread and 16 MB of hash where that can be set. Prints the match's own lines and at the end one
+Openings are drawn from tools/match/openings.tsv, each played with both colours, without books, with
+one thread and 16 MB of hash where that can be set. Prints the match's own lines and at the end one
 line of results, which is also appended to build/strength.log: date, commit ("+" when the tree has
 changes), opponent, limit, games, wins, draws, losses, score in percent, Elo and its 95 % half-width,
-faults of either side.
+faults of ours and of the opponent. A match that is broken off, by Ctrl-C too, gets the line of its
+last full count and says so.
 
 Needs git, CMake, a compiler, Node.js and npm, and for a packaged engine its package.
 """
 import argparse
 import datetime
+import os
 import pathlib
 import re
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 MATCH = ROOT / "tools" / "match"
+BUILDS = ROOT / "build" / "strength"
 HASH = "option.Hash=16"
 
-# The Debian package, the command, and what the match must know of the engine.
+# The command and what the match must know of the engine; the package has the engine's name.
 PACKAGED = {
-    "phalanx": ("phalanx", "/usr/games/phalanx", ["proto=xboard", "arg=-b-", "arg=-l-"]),
-    "gnuchess": ("gnuchess", "/usr/games/gnuchess", ["arg=--uci", HASH]),
-    "glaurung": ("glaurung", "/usr/games/glaurung", [HASH, "option.OwnBook=false", "option.Threads=1"]),
-    "toga2": ("toga2", "/usr/games/toga2", [HASH, "option.OwnBook=false"]),
-    "stockfish": ("stockfish", "/usr/games/stockfish", [HASH, "option.Use NNUE=false", "option.Threads=1"]),
-    "ethereal-chess": ("ethereal-chess", "/usr/games/ethereal-chess", [HASH, "option.Threads=1"]),
+    "phalanx": ("/usr/games/phalanx", ["proto=xboard", "arg=-b-", "arg=-l-", "arg=-t16384"]),
+    "gnuchess": ("/usr/games/gnuchess", ["arg=--uci", HASH]),
+    "glaurung": ("/usr/games/glaurung", [HASH, "option.OwnBook=false", "option.Threads=1"]),
+    "toga2": ("/usr/games/toga2", [HASH, "option.OwnBook=false"]),
+    "stockfish": ("/usr/games/stockfish", [HASH, "option.Use NNUE=false", "option.Threads=1"]),
+    "ethereal-chess": ("/usr/games/ethereal-chess", [HASH, "option.Threads=1"]),
 }
 
 
 def run(*command, cwd=ROOT):
-    return subprocess.run(command, cwd=cwd, check=True, text=True, capture_output=True).stdout.strip()
+    """What the command prints; ends the program with its complaint when it fails."""
+    done = subprocess.run(command, cwd=cwd, text=True, capture_output=True, check=False)
+    if done.returncode != 0:
+        sys.exit(f"{' '.join(map(str, command))} failed:\n{(done.stderr or done.stdout).strip()}")
+    return done.stdout.strip()
 
 
 def build(source, folder):
+    """The engine of a source tree, built the same way for both sides."""
     run("cmake", "-S", source, "-B", folder, "-DCMAKE_BUILD_TYPE=Release", "-DCORVANTIS_TESTS=OFF")
     run("cmake", "--build", folder, "--target", "corvantis", "--parallel", "2")
     return folder / "corvantis"
 
 
-def engine_of_commit(revision):
+def engine_of_commit(commit):
     """The engine of a commit, built once and kept in build/strength."""
-    commit = run("git", "rev-parse", "--short=10", "--verify", revision + "^{commit}")
-    folder = ROOT / "build" / "strength" / commit
+    folder = BUILDS / commit
     engine = folder / "build" / "corvantis"
     if not engine.exists():
         print(f"building {commit}", flush=True)
-        tree = folder / "source"
+        tree, unpacked = folder / "source", folder / "source.new"
         if not tree.exists():
-            tree.mkdir(parents=True)
+            shutil.rmtree(unpacked, ignore_errors=True)
+            unpacked.mkdir(parents=True)
             archive = subprocess.run(["git", "archive", commit], cwd=ROOT, check=True, capture_output=True).stdout
-            subprocess.run(["tar", "-x", "-C", tree], input=archive, check=True)
+            subprocess.run(["tar", "-x", "-C", unpacked], input=archive, check=True)
+            unpacked.rename(tree)
         build(tree, folder / "build")
-    return commit, engine
+    return engine
 
 
-def main():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+def read_options():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0],
+                                     formatter_class=argparse.ArgumentDefaultsHelpFormatter)
     parser.add_argument("opponent", help="a commit, or one of " + ", ".join(PACKAGED))
-    parser.add_argument("--tc", default="5+0.05", help="[MOVES/]SECONDS[+INCREMENT] (5+0.05)")
+    parser.add_argument("--tc", default="5+0.05", help="[MOVES/]SECONDS[+INCREMENT]")
     parser.add_argument("--nodes", type=int, help="nodes a move, instead of a clock")
-    parser.add_argument("--games", type=int, default=400)
-    parser.add_argument("--concurrency", type=int, default=1)
+    parser.add_argument("--games", type=int, default=400, help="an odd number is rounded up")
+    parser.add_argument("--concurrency", type=int, help="games at once; default: one for each processor, "
+                        "with --ponder one for each two")
     parser.add_argument("--seed", type=int, default=1, help="of the order of openings")
     parser.add_argument("--opponent-nodes", type=int, help="the opponent's nodes a move; ours has the clock")
-    parser.add_argument("--ponder", action="store_true")
+    parser.add_argument("--ponder", action="store_true", help="both sides think on the other's time")
     parser.add_argument("--adjudicate", action="store_true",
                         help="end games that both engines have called won or drawn for several moves")
     parser.add_argument("--pgn", help="file that the games are appended to")
     options = parser.parse_args()
+    if options.opponent == "phalanx" and (options.nodes or options.opponent_nodes):
+        parser.error("phalanx knows no limit of nodes")
+    if options.ponder and (options.nodes or options.opponent_nodes):
+        parser.error("--ponder needs a clock for both sides")
+    if options.concurrency is None:
+        options.concurrency = max(1, (os.cpu_count() or 1) // (2 if options.ponder else 1))
+    return options
 
+
+def opponent_of(name):
+    """Name, command and details of the opponent for the match."""
+    if name not in PACKAGED:
+        commit = run("git", "rev-parse", "--short=10", "--verify", name + "^{commit}")
+        return commit, engine_of_commit(commit), [HASH]
+    command, details = PACKAGED[name]
+    if not pathlib.Path(command).exists():
+        sys.exit(f"{command} is missing (package {name})")
+    return name, command, details
+
+
+def limit_in_words(options):
+    text = f"{options.nodes} nodes" if options.nodes else options.tc
+    if options.opponent_nodes:
+        text += f" against {options.opponent_nodes} nodes"
+    return text + " pondering" * options.ponder + " adjudicated" * options.adjudicate
+
+
+def follow(match, own):
+    """Prints the match's lines. The last count as seven texts, the faults of ours and of all, and
+    whether the match came to its end."""
+    total, faults, own_faults, ended = None, 0, 0, False
+    try:
+        for line in match.stdout:
+            print(line, end="", flush=True)
+            found = re.match(r"(\d+) games: \+(\d+) =(\d+) -(\d+)  (\S+)%  Elo (\S+) \+/- (\S+)", line)
+            total = found.groups() if found else total
+            if line.startswith("FAULT "):
+                faults += 1
+                own_faults += line.startswith(f"FAULT {own} ")
+            ended = ended or line.startswith("faults: ")
+    except KeyboardInterrupt:
+        ended = False
+    finally:
+        match.terminate()
+        match.wait()
+    return total, own_faults, faults, ended
+
+
+def main():
+    options = read_options()
+    signal.signal(signal.SIGTERM, signal.default_int_handler)
     if shutil.which("node") is None or shutil.which("npm") is None:
         sys.exit("Node.js and npm are needed (packages nodejs and npm)")
-    if not (MATCH / "node_modules").exists():
+    name, command, details = opponent_of(options.opponent)
+    if not (MATCH / "node_modules" / ".package-lock.json").exists():
         run("npm", "ci", "--no-audit", "--no-fund", cwd=MATCH)
-    ours = build(ROOT, ROOT / "build")
+    engine = build(ROOT, BUILDS / "tree")
     commit = run("git", "rev-parse", "--short=10", "HEAD") + ("+" if run("git", "status", "--porcelain") else "")
-    if options.opponent in PACKAGED:
-        package, command, details = PACKAGED[options.opponent]
-        if not pathlib.Path(command).exists():
-            sys.exit(f"{command} is missing (package {package})")
-        name = options.opponent
-    else:
-        name, command = engine_of_commit(options.opponent)
-        details = [HASH]
+    own = "Corvantis-" + commit
     if options.opponent_nodes:
         details = details + [f"nodes={options.opponent_nodes}"]
 
@@ -101,39 +157,29 @@ def main():
         folders = [pathlib.Path(folder) / side for side in ("ours", "theirs")]
         for place in folders:
             place.mkdir()
-        shutil.copy2(ours, folders[0] / "corvantis")
+        shutil.copy2(engine, folders[0] / "corvantis")
         arguments = ["node", MATCH / "match.mjs",
-                     "--engine", ",".join([f"name={commit}", f"cmd={folders[0]}/corvantis", f"dir={folders[0]}", HASH]),
+                     "--engine", ",".join([f"name={own}", f"cmd={folders[0]}/corvantis", f"dir={folders[0]}", HASH]),
                      "--engine", ",".join([f"name={name}", f"cmd={command}", f"dir={folders[1]}"] + details),
                      *limit, "--games", str(options.games), "--concurrency", str(options.concurrency),
                      "--seed", str(options.seed), "--openings", MATCH / "openings.tsv", "--plies", "10",
                      "--margin", "20"]
-        arguments += [f"--{name}" for name in ("ponder", "adjudicate") if getattr(options, name)]
+        arguments += [f"--{flag}" for flag in ("ponder", "adjudicate") if getattr(options, flag)]
         if options.pgn:
             arguments += ["--pgn", options.pgn]
         match = subprocess.Popen([str(a) for a in arguments], stdout=subprocess.PIPE, text=True)
-        total, faults = None, 0
-        for line in match.stdout:
-            print(line, end="", flush=True)
-            found = re.match(r"(\d+) games: \+(\d+) =(\d+) -(\d+)  (\S+)%  Elo (\S+) \+/- (\S+)", line)
-            total = found.groups() if found else total
-            faults = int(line.split()[1]) if line.startswith("faults: ") else faults
-        if match.wait() not in (0, 1) or total is None:
-            sys.exit("the match did not reach its end")
+        total, own_faults, faults, ended = follow(match, own)
+    if total is None:
+        sys.exit("the match was broken off before its first count")
 
-    text = f"{options.nodes} nodes" if options.nodes else options.tc
-    if options.opponent_nodes:
-        text += f" against {options.opponent_nodes} nodes"
-    if options.ponder:
-        text += " pondering"
-    if options.adjudicate:
-        text += " adjudicated"
     games, wins, draws, losses, score, elo, error = total
-    result = (f"{datetime.date.today()} {commit} {name} {text}: {games} games +{wins} ={draws} -{losses} {score}% "
-              f"Elo {elo} +-{error}, {faults} faults")
+    result = (f"{datetime.date.today()} {commit} {name} {limit_in_words(options)}: {games} games "
+              f"+{wins} ={draws} -{losses} {score}% Elo {elo} +-{error}, "
+              f"faults: {own_faults} ours, {faults - own_faults} theirs" + ("" if ended else ", BROKEN OFF"))
     print(result)
     with open(ROOT / "build" / "strength.log", "a", encoding="utf-8") as log:
         log.write(result + "\n")
+    sys.exit(0 if ended else 1)
 
 
 if __name__ == "__main__":

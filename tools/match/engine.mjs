@@ -81,6 +81,11 @@ export class Engine {
     await this.#until((l) => l.startsWith('bestmove'), WAIT_MS, 'bestmove after stop');
   }
 
+  #clocks({ own, other, toGo }, clock, whiteToMove) {
+    const [w, b] = whiteToMove ? [own, other] : [other, own];
+    return `wtime ${Math.round(w)} btime ${Math.round(b)} winc ${clock.inc} binc ${clock.inc}${toGo ? ` movestogo ${toGo}` : ''}`;
+  }
+
   #usermove(m) { return this.features.usermove === '1' ? `usermove ${m}` : m; }
 
   /** Asks for a move. clock: {base, inc, nodes, depth, movetime}; times: {own, other} in ms. Answers {move, ms, info}. */
@@ -95,8 +100,7 @@ export class Engine {
       const hit = this.pondered !== undefined && this.pondered === moves.join(' ');
       if (!hit) await this.#endPondering();
       if (!hit) this.send(`position ${startFen ? 'fen ' + startFen : 'startpos'}${moves.length ? ' moves ' + moves.join(' ') : ''}`);
-      const [w, b] = whiteToMove ? [times.own, times.other] : [times.other, times.own];
-      const go = `wtime ${Math.round(w)} btime ${Math.round(b)} winc ${clock.inc} binc ${clock.inc}${times.toGo ? ` movestogo ${times.toGo}` : ''}`;
+      const go = this.#clocks(times, clock, whiteToMove);
       if (hit) { this.pondered = undefined; this.send('ponderhit'); }
       else if (this.spec.nodes ?? clock.nodes) this.send(`go nodes ${this.spec.nodes ?? clock.nodes}`);
       else if (clock.depth) this.send(`go depth ${clock.depth}`);
@@ -108,7 +112,10 @@ export class Engine {
       if (clock.ponder && reply) {
         this.pondered = [...moves, move, reply].join(' ');
         this.send(`position ${startFen ? 'fen ' + startFen : 'startpos'} moves ${this.pondered}`);
-        this.send(`go ponder ${go}`);
+        // The clock as it stands behind this move.
+        const own = Math.max(times.own - ms, 1) + clock.inc + (times.toGo === 1 ? clock.base : 0);
+        const toGo = times.toGo === 1 ? clock.period : times.toGo ? times.toGo - 1 : 0;
+        this.send(`go ponder ${this.#clocks({ own, other: times.other, toGo }, clock, whiteToMove)}`);
       }
       return { move, ms, info: this.info };
     }
@@ -139,7 +146,7 @@ export class Engine {
     }
   }
 
-  result(text) { if (this.spec.proto === 'uci' && this.pondered !== undefined) return; if (this.spec.proto === 'xboard' && !this.dead) { this.send(`result ${text}`); this.send('force'); } }
+  result(text) { if (this.spec.proto === 'xboard') { this.send(`result ${text}`); this.send('force'); } }
   send(line) { if (!this.dead) this.child.stdin.write(line + '\n'); }
 
   quit() {

@@ -26,7 +26,13 @@ function options(argv) {
   if (o.tc) { const [all, inc] = o.tc.split('+'); const [period, seconds] = all.includes('/') ? all.split('/') : [0, all]; const base = seconds; clock.period = Number(period); clock.base = Number(base) * 1000; clock.inc = Number(inc || 0) * 1000; }
   if (!(clock.base || clock.nodes || clock.depth || clock.movetime)) throw new Error('a limit is needed');
   clock.ponder = o.ponder;
-  return { ...o, clock, engines: o.engine.map((text) => engineSpec(text, o.log)) };
+  const engines = o.engine.map((text) => engineSpec(text, o.log));
+  if (engines[0].name === engines[1].name) throw new Error('the engines need different names');
+  for (const e of engines) {
+    if (e.proto === 'xboard' && (e.nodes || clock.nodes)) throw new Error(`${e.name}: xboard engines know no limit of nodes`);
+    if (clock.ponder && (e.nodes || !clock.base)) throw new Error('pondering needs a clock for both engines');
+  }
+  return { ...o, clock, engines };
 }
 
 function engineSpec(text, log) {
@@ -54,7 +60,8 @@ function openings(file, plies, seed) {
     if (file.endsWith('.epd') || file.endsWith('.fen')) list = lines.map((l) => ({ fen: epdToFen(l), moves: [] }));
     else {
       const texts = file.endsWith('.tsv') ? lines.slice(1).map((l) => l.split('\t').pop()) : text.split(/\n(?=\[Event )/).map((g) => g.replace(/\[[^\]]*\]/g, ''));
-      list = texts.map((t) => line(t, plies)).filter((o) => o.moves.length >= Math.min(plies, 4));
+      const reached = new Set();  // lines that come to one position are one opening
+      list = texts.map((t) => line(t, plies)).filter((o) => o.moves.length >= Math.min(plies, 4) && !reached.has(o.position) && reached.add(o.position));
     }
   }
   // A seeded shuffle (mulberry32), so that a match can be played again.
@@ -75,7 +82,7 @@ function line(text, plies) {
     if (!token || moves.length >= plies || /^(1-0|0-1|1\/2-1\/2|\*)$/.test(token)) continue;
     try { moves.push(board.move(token).lan); } catch { break; }
   }
-  return { fen: null, moves };
+  return { fen: null, moves, position: board.fen().split(' ').slice(0, 4).join(' ') };
 }
 
 // One game; white and black are started Engines. Answers {points for white, reason, board}.
@@ -86,9 +93,14 @@ async function play(white, black, opening, o) {
   const players = { w: white, b: black };
   const left = { w: o.clock.base, b: o.clock.base };
   const made = { w: 0, b: 0 };   // moves each side has made on the clock, for repeating controls
-  for (const e of [white, black]) await e.newGame(opening.fen, moves, o.clock);
   let quiet = 0, decided = 0;
-  const end = (points, reason, fault) => { const text = points === 1 ? '1-0' : points === 0 ? '0-1' : '1/2-1/2'; white.result(text); black.result(text); return { points, reason, fault, board }; };
+  const end = (points, reason, fault, culprit) => { const text = points === 1 ? '1-0' : points === 0 ? '0-1' : '1/2-1/2'; white.result(text); black.result(text); return { points, reason, fault, culprit, board }; };
+  for (const e of [white, black]) {
+    try { await e.newGame(opening.fen, moves, o.clock); } catch (error) {
+      if (!(error instanceof EngineError)) throw error;
+      return end(e === white ? 0 : 1, error.message, error.message, e.name);
+    }
+  }
   for (;;) {
     const side = board.turn(), other = side === 'w' ? 'b' : 'w';
     const lost = side === 'w' ? 0 : 1;
@@ -102,21 +114,21 @@ async function play(white, black, opening, o) {
     let answer;
     try { answer = await engine.think(opening.fen, moves, o.clock, { own: left[side], other: left[other], toGo: o.clock.period ? o.clock.period - made[side] % o.clock.period : 0 }, side === 'w', o.margin); } catch (e) {
       if (!(e instanceof EngineError)) throw e;
-      return end(lost, e.message, `${engine.name}: ${e.message}`);
+      return end(lost, e.message, e.message, engine.name);
     }
     if (o.clock.base && !engine.spec.nodes) {
       left[side] -= answer.ms;
-      if (left[side] < -o.margin) return end(lost, 'time', `${engine.name}: lost on time by ${Math.round(-left[side])} ms`);
+      if (left[side] < -o.margin) return end(lost, 'time', `${engine.name} lost on time by ${Math.round(-left[side])} ms`, engine.name);
       made[side]++;
       left[side] = Math.max(left[side], 1) + o.clock.inc;
       if (o.clock.period && made[side] % o.clock.period === 0) left[side] += o.clock.base;
     }
     if (answer.said) {
       if (/resign/.test(answer.said)) return end(lost, 'resigned');
-      return end(lost, answer.said, `${engine.name}: said "${answer.said}" for a move`);
+      return end(lost, answer.said, `${engine.name} said "${answer.said}" for a move`, engine.name);
     }
     try { board.move({ from: answer.move.slice(0, 2), to: answer.move.slice(2, 4), promotion: answer.move[4] }); } catch {
-      return end(lost, 'illegal move', `${engine.name}: illegal move ${answer.move} in ${board.fen()}`);
+      return end(lost, 'illegal move', `${engine.name} played the illegal move ${answer.move} in ${board.fen()}`, engine.name);
     }
     moves.push(answer.move);
     tellNodes(engine, answer.info);
@@ -140,7 +152,8 @@ async function main() {
   try { o = options(process.argv.slice(2)); } catch (e) { console.error(`${e.message}\n${USAGE}`); process.exit(2); }
   const list = openings(o.openings, o.plies, o.seed);
   const tally = new Tally();
-  const faults = [], reasons = {};
+  const faults = Object.fromEntries(o.engines.map((e) => [e.name, 0])), reasons = {};
+  const fault = (name, text) => { ++faults[name]; console.log(`FAULT ${text}`); };
   const pairs = Math.ceil(o.games / 2);
   let next = 0, stop = false;
   const bound = Math.log(0.95 / 0.05);
@@ -155,14 +168,18 @@ async function main() {
       const opening = list[index % list.length];
       let points = 0;
       for (const first of [true, false]) {
-        for (const i of [0, 1]) if (engines[i].dead) await fresh(i);
+        for (const i of [0, 1]) {
+          if (!engines[i].dead) continue;
+          fault(engines[i].name, `${engines[i].name} ${engines[i].dead} between games`);
+          await fresh(i);
+        }
         const [white, black] = first ? engines : [engines[1], engines[0]];
         const g = await play(white, black, opening, o);
         const own = first ? g.points : 1 - g.points;
         points += own;
         tally.game(own);
         reasons[g.reason] = (reasons[g.reason] ?? 0) + 1;
-        if (g.fault) { faults.push(g.fault); console.log(`FAULT ${g.fault}`); for (const i of [0, 1]) await fresh(i); }
+        if (g.fault) { fault(g.culprit, g.fault); for (const i of [0, 1]) await fresh(i); }
         if (o.pgn) {
           g.board.setHeader('White', white.name); g.board.setHeader('Black', black.name);
           g.board.setHeader('Result', g.points === 1 ? '1-0' : g.points === 0 ? '0-1' : '1/2-1/2'); g.board.setHeader('Termination', g.reason);
@@ -174,14 +191,19 @@ async function main() {
       if ((index + 1) % 5 === 0 || index + 1 === pairs) console.log(`${tally}${o.sprt ? `  LLR ${llr.toFixed(2)} (${(-bound).toFixed(2)}, ${bound.toFixed(2)})` : ''}`);
       if (o.sprt && Math.abs(llr) >= bound) stop = true;
     }
-    for (const e of engines) e.quit();
+    for (const e of engines) {
+      if (e.dead) fault(e.name, `${e.name} ${e.dead} behind the last game`);
+      e.quit();
+    }
   }
   await Promise.all(Array.from({ length: o.concurrency }, worker));
   console.log(`\n${o.engines[0].name} against ${o.engines[1].name}\n${tally}`);
   if (o.sprt) { const llr = tally.llr(elo0, elo1); console.log(`SPRT [${elo0}, ${elo1}]: LLR ${llr.toFixed(2)} ${llr >= bound ? 'accepted' : llr <= -bound ? 'rejected' : 'undecided'}`); }
   console.log(`ends: ${Object.entries(reasons).map(([k, v]) => `${k} ${v}`).join(', ')}`);
   for (const [name, s] of Object.entries(searched)) console.log(`${name}: mean depth ${(s.depth / s.moves).toFixed(1)} over ${s.moves} moves`);
-  console.log(`faults: ${faults.length}`);
-  process.exit(faults.length ? 1 : 0);
+  const total = Object.values(faults).reduce((a, b) => a + b);
+  console.log(`faults: ${total}${total ? ` (${Object.entries(faults).map(([k, v]) => `${k} ${v}`).join(', ')})` : ''}`);
+  process.exit(total ? 1 : 0);
 }
-await main();
+// 0: played to the end, 1: so with faults, 2: usage, 3: broken off.
+main().catch((e) => { console.error(`the match broke off: ${e.message}`); process.exit(3); });
