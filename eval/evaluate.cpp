@@ -77,12 +77,6 @@ int FiftyMoveScaled(int score) {
     return std::clamp(score * factor / 256, -ScoreLimit, ScoreLimit);
 }
 
-bool EnoughToBeLazy(Colour ahead) {
-    const Position& p = thread_board;
-    return p.PieceCount[PAWN][ahead] < 2 ? p.NonPawnMaterial[ahead] > LazyUnitsFewPawns
-                                         : p.NonPawnMaterial[ahead] >= LazyUnitsWithPawns;
-}
-
 int LazyResult(int material) {
     ++evaluation_counters.lazy;
     thread_eval_info.Cacheable = 0;
@@ -94,6 +88,12 @@ int LazyResult(int material) {
 }
 
 }  // namespace
+
+bool IsLeadTrusted(Colour ahead) {
+    const Position& p = thread_board;
+    return p.PieceCount[PAWN][ahead] < 2 ? p.NonPawnMaterial[ahead] > LazyUnitsFewPawns
+                                         : p.NonPawnMaterial[ahead] >= LazyUnitsWithPawns;
+}
 
 int AdvancedPawnAllowance(Colour c) {
     const Bitboard pawns = thread_board.pieces[PAWN][c];
@@ -112,12 +112,12 @@ int Evaluate() {
     const int low = us == evaluation_root_side ? LazyWindow[0] : -LazyWindow[1];
     const int high = us == evaluation_root_side ? LazyWindow[1] : -LazyWindow[0];
     if (difference < low) {
-        if (EnoughToBeLazy(them)) {
+        if (IsLeadTrusted(them)) {
             const int hopeful = difference + AdvancedPawnAllowance(us);
             if (hopeful < low) return LazyResult(hopeful);
         }
     } else if (difference > high) {
-        if (EnoughToBeLazy(us)) {
+        if (IsLeadTrusted(us)) {
             const int careful = difference - AdvancedPawnAllowance(them);
             if (careful > high) return LazyResult(careful);
         }

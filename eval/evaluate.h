@@ -32,6 +32,8 @@ EvaluationFigures EvaluateInFigures(Colour root);
 // How far pawns of `c` about to promote make the material balance unreliable: 100 centipawns
 // with one on its seventh rank, 50 with one on its sixth, else 0.
 int AdvancedPawnAllowance(Colour c);
+// Has the side ahead men enough that its lead in material may be taken for the score?
+bool IsLeadTrusted(Colour ahead);
 
 // Set by the search: bounds on material alone outside of which Evaluate() is lazy, and the
 // side whose view they are. +-32767 outside a search. The root side also decides which king

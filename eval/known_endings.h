@@ -1,4 +1,4 @@
-// known_endings.h - endings with pawns whose result is known from theory.
+// known_endings.h - endings with few men whose result is known from theory.
 #pragma once
 
 #include "board/types.h"

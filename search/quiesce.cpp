@@ -40,11 +40,6 @@ constexpr int CheckByUnits[5] = {-10, -10, 10, 50, 250};  // own piece units, 4 
 constexpr int CheckByType[3] = {0, 50, 0};                // node type + 1
 constexpr int CheckByDepth[4] = {50, 150, 250, 700};      // depth / 4 + 2
 
-bool HasMatingMaterial(Colour c) {
-    const int units = thread_board.NonPawnMaterial[c];
-    return units >= 10 || (units >= 6 && thread_board.PieceCount[PAWN][c] >= 2);
-}
-
 // Material alone lies so far outside the band of scores that matter in this iteration that
 // the node may return the balance. True when it may; *value is then the balance.
 bool OutsideBand(Colour us, int beta, int* value) {
@@ -53,10 +48,10 @@ bool OutsideBand(Colour us, int beta, int* value) {
     const int low = us == root_side ? band_low : -band_high;
     const int high = us == root_side ? band_high : -band_low;
     int balance = p.Material[us] - p.Material[them];
-    if (balance > high && HasMatingMaterial(us)) {
+    if (balance > high && IsLeadTrusted(us)) {
         balance -= AdvancedPawnAllowance(them);
         if (balance <= high) return false;
-    } else if (balance < low && HasMatingMaterial(them)) {
+    } else if (balance < low && IsLeadTrusted(them)) {
         balance += AdvancedPawnAllowance(us);
         if (balance >= low) return false;
     } else {

@@ -20,6 +20,7 @@
 #include "board/settings.h"
 #include "book/learning_file.h"
 #include "eval/evaluate.h"
+#include "eval/known_endings.h"
 #include "eval/material.h"
 #include "search/draws.h"
 #include "search/extensions.h"
@@ -98,14 +99,11 @@ bool IsJudgedByEvaluation(const MaterialRecord* material) {
 // a step of the corner: the pawns never get through.
 bool IsWrongBishop(Colour c) {
     const Position& p = thread_board;
-    const Bitboard pawns = p.pieces[PAWN][c];
-    if (p.NonPawnMaterial[c] != 3 || p.MinorCount[c] != 1 || p.pieces[BISHOP][c] == 0 || pawns == 0) return false;
-    if (p.NonPawnMaterial[ChangeSide(c)] != 0 || p.pieces[PAWN][ChangeSide(c)] != 0) return false;
-    if ((pawns & ~FileA) != 0 && (pawns & ~FileH) != 0) return false;
-    const Square corner = SquareAt((pawns & FileA) ? 0 : 7, c == WHITE ? 7 : 0);
-    constexpr Bitboard DarkSquares = 0xAA55AA55AA55AA55ULL;
-    if (((p.pieces[BISHOP][c] & DarkSquares) != 0) == ((Bit(corner) & DarkSquares) != 0)) return false;
-    return ((king_attacks[corner] | Bit(corner)) & p.pieces[KING][ChangeSide(c)]) != 0;
+    const Colour enemy = ChangeSide(c);
+    if (p.NonPawnMaterial[c] != 3 || p.NonPawnMaterial[enemy] != 0 || p.pieces[PAWN][enemy] != 0) return false;
+    if (!(c == WHITE ? WrongCorner<WHITE>() : WrongCorner<BLACK>())) return false;
+    const Square corner = SquareAt((p.pieces[PAWN][c] & FileA) ? 0 : 7, c == WHITE ? 7 : 0);
+    return ((king_attacks[corner] | Bit(corner)) & p.pieces[KING][enemy]) != 0;
 }
 
 // A king on the rim file of its own rook pawn or on the next: shut in with the pawn, even a lone

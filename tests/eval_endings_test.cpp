@@ -121,6 +121,7 @@ const EndingCase cases[] = {
     {"bishop and pawn against a knight, king before the pawn", "8/3k4/3P4/4K3/8/1n6/8/4B3 w - - 0 1", Verdict::Drawish},
     {"knight and pawn against a bishop on the path", "8/2k5/8/3P4/3K4/6b1/8/4N3 w - - 0 1", Verdict::Drawish},
     {"queen against a bishop and a pawn", "8/8/1Q1K4/8/6p1/8/4b3/7k w - - 0 1", Verdict::Won},
+    {"rook and pawn against a knight, king before the pawn", "8/5n2/8/8/8/7k/7P/3K3R w - - 0 1", Verdict::Won},
     {"rook on the third rank holds the queen out", "3k4/2p5/3r4/8/3K4/8/8/Q7 w - - 0 1", Verdict::Drawish},
 
     // Pawns alone.
