@@ -130,7 +130,7 @@ def follow(match, own):
                 own_faults += line.startswith(f"FAULT {own} ")
             ended = ended or line.startswith("faults: ")
     except KeyboardInterrupt:
-        ended = False
+        signal.signal(signal.SIGINT, signal.SIG_IGN)  # once is enough; what was played is to be logged
     finally:
         match.terminate()
         match.wait()
