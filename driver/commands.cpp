@@ -212,10 +212,7 @@ void BookMoves() {
 
 // ---- Tables ----
 
-void Clean() {
-    ClearSearch();
-    ClearEvaluationTables();
-}
+void Clean() { ClearSearch(); }
 void Reload() {
     LoadValues("values.txt");
     RebuildEvaluation();

@@ -8,7 +8,7 @@
 #include "book/book_learning.h"
 #include "book/learning_file.h"
 #include "driver/engine_turn.h"
-#include "eval/evaluate.h"
+#include "search/root.h"
 #include "search/search_state.h"
 #include "search/transposition.h"
 
@@ -18,11 +18,7 @@ constinit int FritzMode = 0;
 
 namespace {
 
-// Results of the old game are worth nothing in the new one, and its stored scores would only
-// hold back fresh ones.
-void ForgetLastGame() {
-    ClearTable();
-    ClearEvaluationTables();
+void ResetGameState() {
     AgeTable(3);
     ClearHistory();
     ResetGameMemory();
@@ -31,7 +27,19 @@ void ForgetLastGame() {
     FlushLearned();
 }
 
+// Results of the old game are worth nothing in the new one, and its stored scores would only
+// hold back fresh ones.
+void ForgetLastGame() {
+    ClearHashTables();
+    ResetGameState();
+}
+
 }  // namespace
+
+void StartFirstGame() {
+    SetInitialPosition();
+    ResetGameState();
+}
 
 void StartNewGame() {
     SetInitialPosition();

@@ -7,6 +7,8 @@ extern int ForceMode;      // 1: moves are recorded, the engine does not reply
 extern Colour EngineSide;  // the colour the engine plays, or played last
 extern int FritzMode;      // set by "fritz", read by nothing
 
+// The same as StartNewGame() at the program's start, while the hash tables are still empty.
+void StartFirstGame();
 // The initial position, and everything about the last game forgotten; what was learned from
 // it is written first.
 void StartNewGame();

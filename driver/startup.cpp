@@ -163,6 +163,6 @@ void RunProgram() {
         if (tablebase_men != 0 || !FirstLineBegins("xboard")) PrintTablebaseCount();
         AllocateTablebases();
     }
-    StartNewGame();
+    StartFirstGame();
     RunLineLoop();
 }

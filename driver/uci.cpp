@@ -22,6 +22,7 @@
 #include "driver/words.h"
 #include "eval/evaluate.h"
 #include "search/limits.h"
+#include "search/root.h"
 #include "search/search_state.h"
 #include "search/transposition.h"
 #include "tablebases/registry.h"
@@ -122,10 +123,7 @@ void SetOption() {
     for (const Option& option : options) {
         if (!KeywordMatches(option.name, Word(2))) continue;
         if (option.set == nullptr) {
-            if (KeywordMatches("Hash", Word(3))) {
-                ClearTable();
-                ClearEvaluationTables();
-            }
+            if (KeywordMatches("Hash", Word(3))) ClearHashTables();
         } else if (word_count > 4 && KeywordMatches("value", Word(3))) {
             option.set();
         }

@@ -478,9 +478,13 @@ SearchResult think(bool use_book) {
     return finish();
 }
 
-void ClearSearch() {
+void ClearHashTables() {
     ClearTable();
     ClearEvaluationTables();
+}
+
+void ClearSearch() {
+    ClearHashTables();
     ClearOrderingData();
     predicted_reply = predicted_next = 0;
     reference_valid = false;

@@ -24,3 +24,5 @@ SearchResult think(bool use_book);
 
 // Tables, killers, history and counters as at program start ("clean").
 void ClearSearch();
+// The transposition table and, with it, the evaluation's cache and pawn hash.
+void ClearHashTables();
