@@ -61,8 +61,8 @@ def main():
             sys.exit("the output cannot be the input")
         held = list(lines_of(options.output))
         done = {found[0] for found in map(fields, held) if found}
-        if len(held) > len(done) + 1:  # the last line may be cut off
-            sys.exit(f"{options.output} holds other lines than scored positions; it is left alone")
+        if len(held) > 1 and not done:  # a cut-off line may stand alone
+            sys.exit(f"{options.output} holds no scored positions; it is left alone")
         with open(options.output, "rb") as out:
             cut_off = out.seek(0, 2) > 0 and out.seek(-1, 2) >= 0 and out.read() != b"\n"
     engine = Engine(options.engine, [("Hash", options.hash), ("OwnBook", "false")])

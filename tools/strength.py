@@ -74,15 +74,14 @@ def engine_of_commit(commit):
 
 
 def read_options():
-    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0],
-                                     formatter_class=argparse.ArgumentDefaultsHelpFormatter)
+    parser = argparse.ArgumentParser(description=__doc__.split("\n", maxsplit=1)[0])
     parser.add_argument("opponent", help="a commit, or one of " + ", ".join(PACKAGED))
-    parser.add_argument("--tc", default="5+0.05", help="[MOVES/]SECONDS[+INCREMENT]")
+    parser.add_argument("--tc", default="5+0.05", help="[MOVES/]SECONDS[+INCREMENT] (%(default)s)")
     parser.add_argument("--nodes", type=int, help="nodes a move, instead of a clock")
-    parser.add_argument("--games", type=int, default=400, help="an odd number is rounded up")
-    parser.add_argument("--concurrency", type=int, help="games at once; default: one for each processor, "
-                        "with --ponder one for each two")
-    parser.add_argument("--seed", type=int, default=1, help="of the order of openings")
+    parser.add_argument("--games", type=int, default=400, help="an odd number is rounded up (%(default)s)")
+    parser.add_argument("--concurrency", type=int, help="games at once (one for each processor, with --ponder one "
+                        "for each two)")
+    parser.add_argument("--seed", type=int, default=1, help="of the order of openings (%(default)s)")
     parser.add_argument("--opponent-nodes", type=int, help="the opponent's nodes a move; ours has the clock")
     parser.add_argument("--ponder", action="store_true", help="both sides think on the other's time")
     parser.add_argument("--adjudicate", action="store_true",

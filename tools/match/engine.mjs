@@ -5,6 +5,12 @@ const WAIT_MS = 20000;   // how long start-up and readiness may take
 
 export class EngineError extends Error {}
 
+/** The clock {own, toGo} of a side that has used ms for a move: toGo counts the moves to the next period, 0 without periods. */
+export function afterMove({ own, toGo }, ms, clock) {
+  const left = Math.max(own - ms, 1) + clock.inc;
+  return toGo === 1 ? { own: left + clock.base, toGo: clock.period } : { own: left, toGo: toGo && toGo - 1 };
+}
+
 export class Engine {
   /** spec: {name, cmd, args, dir, proto: 'uci'|'xboard', nodes, options: {NAME: VALUE}, init: [line...]}; nodes: a limit of its own in place of the clock (UCI) */
   constructor(spec) {
@@ -112,10 +118,7 @@ export class Engine {
       if (clock.ponder && reply) {
         this.pondered = [...moves, move, reply].join(' ');
         this.send(`position ${startFen ? 'fen ' + startFen : 'startpos'} moves ${this.pondered}`);
-        // The clock as it stands behind this move.
-        const own = Math.max(times.own - ms, 1) + clock.inc + (times.toGo === 1 ? clock.base : 0);
-        const toGo = times.toGo === 1 ? clock.period : times.toGo ? times.toGo - 1 : 0;
-        this.send(`go ponder ${this.#clocks({ own, other: times.other, toGo }, clock, whiteToMove)}`);
+        this.send(`go ponder ${this.#clocks({ ...times, ...afterMove(times, ms, clock) }, clock, whiteToMove)}`);
       }
       return { move, ms, info: this.info };
     }

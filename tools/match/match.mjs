@@ -3,7 +3,7 @@
 // The rules of chess (legality, mate, the draw rules) come from chess.js; the engines are trusted with nothing.
 import { Chess } from 'chess.js';
 import { readFileSync, appendFileSync } from 'node:fs';
-import { Engine, EngineError } from './engine.mjs';
+import { Engine, EngineError, afterMove } from './engine.mjs';
 import { Tally } from './stats.mjs';
 
 const USAGE = `node match.mjs --engine NAME=..,cmd=..[,proto=uci|xboard][,dir=..][,arg=..][,option.NAME=VALUE][,init=LINE][,nodes=N] (twice)
@@ -91,8 +91,8 @@ async function play(white, black, opening, o) {
   const moves = [];
   for (const m of opening.moves) { board.move({ from: m.slice(0, 2), to: m.slice(2, 4), promotion: m[4] }); moves.push(m); }
   const players = { w: white, b: black };
-  const left = { w: o.clock.base, b: o.clock.base };
-  const made = { w: 0, b: 0 };   // moves each side has made on the clock, for repeating controls
+  const start = { own: o.clock.base, toGo: o.clock.period ?? 0 };
+  const clocks = { w: start, b: start };
   let quiet = 0, decided = 0;
   const end = (points, reason, fault, culprit) => { const text = points === 1 ? '1-0' : points === 0 ? '0-1' : '1/2-1/2'; white.result(text); black.result(text); return { points, reason, fault, culprit, board }; };
   for (const e of [white, black]) {
@@ -112,16 +112,14 @@ async function play(white, black, opening, o) {
     if (moves.length > 800) return end(0.5, 'length');
     const engine = players[side];
     let answer;
-    try { answer = await engine.think(opening.fen, moves, o.clock, { own: left[side], other: left[other], toGo: o.clock.period ? o.clock.period - made[side] % o.clock.period : 0 }, side === 'w', o.margin); } catch (e) {
+    try { answer = await engine.think(opening.fen, moves, o.clock, { ...clocks[side], other: clocks[other].own }, side === 'w', o.margin); } catch (e) {
       if (!(e instanceof EngineError)) throw e;
       return end(lost, e.message, e.message, engine.name);
     }
     if (o.clock.base && !engine.spec.nodes) {
-      left[side] -= answer.ms;
-      if (left[side] < -o.margin) return end(lost, 'time', `${engine.name} lost on time by ${Math.round(-left[side])} ms`, engine.name);
-      made[side]++;
-      left[side] = Math.max(left[side], 1) + o.clock.inc;
-      if (o.clock.period && made[side] % o.clock.period === 0) left[side] += o.clock.base;
+      const late = answer.ms - clocks[side].own;
+      if (late > o.margin) return end(lost, 'time', `${engine.name} lost on time by ${Math.round(late)} ms`, engine.name);
+      clocks[side] = afterMove(clocks[side], answer.ms, o.clock);
     }
     if (answer.said) {
       if (/resign/.test(answer.said)) return end(lost, 'resigned');
