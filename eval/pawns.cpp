@@ -73,6 +73,7 @@ template <Colour Us, bool Traced> SideResult<Traced> EvaluateSide() {
         const Square s = PopLowest(rest);
         const int rank = RelativeRank(Us, s);
         if (rank < 1 || rank > 6) continue;  // odd set-ups only
+        const Bitboard ahead = Bit(s + Up);
         const Bitboard neighbours = own & masks.adjacent_files[FileOf(s)];
         const bool own_ahead = (own & masks.front_span[Us][s]) != 0;
         const bool half_open = !(enemy & FileMask(FileOf(s)));
@@ -87,12 +88,14 @@ template <Colour Us, bool Traced> SideResult<Traced> EvaluateSide() {
             const int value = tuned.chained_pawn[FilePair(s)][rank];
             r.opening += value;
             r.endgame += value * ChainedEndgameQuarters / 4;
-        } else if (!(neighbours & ~masks.attack_span[Us][s]) && rank < 6 && ((enemy_attacks | enemy) & Bit(s + Up))) {
+        } else if (!(neighbours & ~masks.attack_span[Us][s]) && rank < 6 && ((enemy_attacks | enemy) & ahead)) {
             // Every neighbour has gone ahead, and the next square is barred.
             tally.Add(half_open ? BackwardHalfOpen : BackwardPawn);
         }
         if (attacked_twice & Bit(s)) tally.Add(AttackedTwicePawn);
-        if (rank >= 3 && rank <= 5 && (enemy & Bit(s + Up))) tally.Add(RammedPawn + rank - 3);
+        if (rank >= 3 && rank <= 5 && (enemy & ahead)) tally.Add(RammedPawn + rank - 3);
+        if (PawnAttackSet<Us>(Bit(s)) & enemy) tally.Add(LeverPawn + rank - 1);
+        else if (rank < 6 && !(enemy & ahead) && (PawnAttackSet<Us>(ahead) & enemy)) tally.Add(LeverPush + rank - 1);
         if (own_ahead) {
             tally.Add(DoubledPawn);
             continue;

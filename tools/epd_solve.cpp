@@ -1,6 +1,6 @@
 // epd_solve.cpp - runs test positions with known answers.
 //
-//   epd_solve [--movetime MS | --depth N | --nodes N] [--winner] FILE...
+//   epd_solve [--movetime MS | --depth N | --nodes N] [--hash MB] [--winner] FILE...
 //
 // Each line of a file is an EPD record: four FEN fields, then operations; empty lines and lines
 // that begin with # are passed over. "bm" names the best moves in SAN, any of which solves the
@@ -21,10 +21,12 @@
 #include "board/movegen.h"
 #include "board/notation.h"
 #include "board/position.h"
+#include "board/settings.h"
 #include "search/limits.h"
 #include "search/root.h"
 #include "search/search_state.h"
 #include "search/time_control.h"
+#include "search/transposition.h"
 #include "tools/common/epd.h"
 #include "tools/common/signature.h"
 #include "tools/common/text.h"
@@ -32,6 +34,7 @@
 namespace {
 
 constexpr int DefaultMilliseconds = 1000;
+constexpr int LargestHash = 1024;  // megabytes
 constexpr int LongestMate = 500;   // moves
 constexpr int WinningScore = 300;  // centipawns
 
@@ -142,10 +145,10 @@ void Solve(const Record& record, const SearchLimits& limits, Totals& totals) {
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: epd_solve [--movetime MS | --depth N | --nodes N] [--winner] FILE...\n"
-                 "       one limit a position, default --movetime %d; depth 1..90\n"
+                 "usage: epd_solve [--movetime MS | --depth N | --nodes N] [--hash MB] [--winner] FILE...\n"
+                 "       one limit a position, default --movetime %d; depth 1..90; hash 1..%d\n"
                  "       --winner: for a mate the right side ahead by three pawns is enough\n",
-                 DefaultMilliseconds);
+                 DefaultMilliseconds, LargestHash);
     return 2;
 }
 
@@ -171,6 +174,14 @@ int main(int argc, char** argv) {
         }
         if (++i == argc) return Usage();
         const std::string value = argv[i];
+        if (word == "--hash") {
+            int megabytes = 0;
+            if (!ParseNumber(value, 1, LargestHash, megabytes)) return Usage();
+            TranspositionSize = uint32_t(megabytes) * 1048576u / TranspositionEntryBytes;
+            if (AllocateTable(TranspositionSize)) continue;
+            std::fprintf(stderr, "out of memory\n");
+            return 1;
+        }
         limits = search_limits;
         int milliseconds = 0;
         bool good = false;
