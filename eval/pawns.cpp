@@ -94,8 +94,9 @@ template <Colour Us, bool Traced> SideResult<Traced> EvaluateSide() {
         }
         if (attacked_twice & Bit(s)) tally.Add(AttackedTwicePawn);
         if (rank >= 3 && rank <= 5 && (enemy & ahead)) tally.Add(RammedPawn + rank - 3);
-        if (PawnAttackSet<Us>(Bit(s)) & enemy) tally.Add(LeverPawn + rank - 1);
-        else if (rank < 6 && !(enemy & ahead) && (PawnAttackSet<Us>(ahead) & enemy)) tally.Add(LeverPush + rank - 1);
+        if (rank < 6 && (PawnAttackSet<Us>(Bit(s)) & enemy)) tally.Add(LeverPawn + rank - 1);
+        else if (rank < 5 && !((own | enemy) & ahead) && (PawnAttackSet<Us>(ahead) & enemy))
+            tally.Add(LeverPush + rank - 1);
         if (own_ahead) {
             tally.Add(DoubledPawn);
             continue;

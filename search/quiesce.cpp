@@ -66,10 +66,11 @@ bool OutsideBand(Colour us, int beta, int* value) {
 constexpr int DeltaLeast = 58, DeltaWide = 113, DeltaWidest = 395, DeltaBigGain = 478;
 constexpr int DeltaUnits = 10, DeltaLostEval = -498;
 
-// Delta pruning: too far below alpha even with what the capture gains by exchange.
-// `distance` is alpha - eval.
-bool IsPrunedByDelta(int gain, int distance, Colour them, int eval) {
-    distance -= gain;
+// Delta pruning: too far below alpha even with what the capture gains by exchange, which is
+// *estimate then.
+bool IsPrunedByDelta(int gain, int alpha, Colour them, int eval, int* estimate) {
+    *estimate = eval + gain;
+    const int distance = alpha - *estimate;
     if (distance < DeltaLeast) return false;
     if (gain >= DeltaBigGain) return distance >= DeltaWidest;
     return distance >= DeltaWide && (thread_board.NonPawnMaterial[them] >= DeltaUnits || eval < DeltaLostEval);
@@ -77,14 +78,14 @@ bool IsPrunedByDelta(int gain, int distance, Colour them, int eval) {
 
 // The same for a move, without the exchange where its bounds settle the question: it gains
 // at most what it takes and promotes to, and at least nothing when its score says it is safe.
-bool ShallDeltaPrune(Move m, int ordering_score, int distance, Colour them, int eval) {
+bool ShallDeltaPrune(Move m, int ordering_score, int alpha, Colour them, int eval, int* estimate) {
     const bool safe = ordering_score >= SafeCaptureScore && MoveCaptured(m) != EMPTY;
-    if (safe && distance < DeltaLeast) return false;
+    if (safe && alpha - eval < DeltaLeast) return false;
     if (MovePromotion(m) == EMPTY && MoveCaptured(m) != EMPTY) {
         const int most = PieceValue[MoveCaptured(m)];
-        if (most < DeltaBigGain && IsPrunedByDelta(most, distance, them, eval)) return true;
+        if (most < DeltaBigGain && IsPrunedByDelta(most, alpha, them, eval, estimate)) return true;
     }
-    return IsPrunedByDelta(ExchangeGain(m), distance, them, eval);
+    return IsPrunedByDelta(ExchangeGain(m), alpha, them, eval, estimate);
 }
 
 // After a quiet check: evasions that show it was not worth it.
@@ -271,10 +272,11 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
 
         // Step 11. Captures that can gain, and promotions.
         if (!(flags & FlagNoCaptures)) {
-            const Bitboard targets = GainfulTargets(us, eval, alpha);
-            GenerateCaptures(targets);
+            const CaptureTargets targets = GainfulTargets(us, eval, alpha);
+            GenerateCaptures(targets.squares);
             GeneratePromotions();
-            if (move_count == stack_start && targets == p.colour[them]) flags |= FlagNoCaptures;
+            if (move_count == stack_start && targets.left_out == -MATE) flags |= FlagNoCaptures;
+            best = std::max(best, targets.left_out);
         }
 
         // Step 12. Captures, best first.
@@ -289,7 +291,11 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
             const bool gives_check = GivesCheck(m, checks);
             if (!pv && !gives_check) {
                 if (promotion != EMPTY && promotion != QUEEN) continue;
-                if (ShallDeltaPrune(m, move_stack[i].score, alpha - eval, them, eval)) continue;
+                int estimate;
+                if (ShallDeltaPrune(m, move_stack[i].score, alpha, them, eval, &estimate)) {
+                    best = std::max(best, estimate);
+                    continue;
+                }
             }
             const int ordering_score = move_stack[i].score;
             const int alpha_before = alpha;

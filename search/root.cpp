@@ -353,9 +353,6 @@ void RestrictRootMoves() {
     if (kept != root_moves) root_move_count = int(kept - root_moves);
 }
 
-// The opponent's reply and our next move, as the last search predicted them.
-Move predicted_reply, predicted_next;
-
 void RememberPrediction(const Move* line, int length) {
     predicted_reply = length > 1 ? line[1] : 0;
     predicted_next = length > 2 ? line[2] : 0;
@@ -466,8 +463,8 @@ SearchResult think(bool use_book) {
     result.ponder = PredictReply(line, length);
     if (!output_suppressed) {
         last_best_move = result.best;
+        RememberPrediction(line, result.searched ? length : 0);
         if (result.searched) {
-            RememberPrediction(line, length);
             reference_score = result.score;
             reference_side = root_side;
             reference_valid = true;

@@ -335,13 +335,13 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
     // Step 17. Futility: so far below alpha that only captures and checks can help.
     bool futile = false, use_futility = false, skipped = false;
     int margin = 0;
-    Bitboard capture_targets = p.colour[them];
+    CaptureTargets targets = {p.colour[them], -MATE};
     if (!pv && !in_check && depth <= FutilityMaxDepth && std::abs(alpha) <= FutilityMaxAlpha
         && own_units + enemy_units > 0) {
         use_futility = true;
         margin = FutilityBase(depth, us);
         futile = eval < alpha - margin;
-        if (depth < 2 * ONE_PLY && eval - 100 < alpha) capture_targets = GainfulTargets(us, eval, alpha);
+        if (depth < 2 * ONE_PLY && eval - 100 < alpha) targets = GainfulTargets(us, eval, alpha);
     }
     const int phase = !use_futility ? 0
         : material != nullptr       ? material->current_phase
@@ -356,7 +356,7 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
         picker.StartInCheck(hash_move, stack_start);
     } else {
         if (hash_move != 0 && !IsPseudoLegal(hash_move)) hash_move = 0;
-        picker.StartQuietly(hash_move, capture_targets, futile, checks);
+        picker.StartQuietly(hash_move, targets.squares, futile, checks);
     }
     const Move previous = history_count > 0 ? game_history[history_count - 1].move : 0;
     const bool after_capture = MoveCaptured(previous) != EMPTY;
@@ -479,11 +479,9 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
 
     // Step 19. All moves searched.
     if (searched == 0 && excluded != 0) return alpha;
-    if (capture_targets != p.colour[them]) {  // captures that gain too little were not generated
-        skipped = true;
-        best = std::max(best, alpha);
-    }
+    // Captures are left out at futile nodes only, where alpha is out of reach.
     if (searched == 0 && !futile && !skipped) return in_check ? ply - MATE : 0;
+    best = std::max(best, targets.left_out);
     if (searched == 0) best = std::max(best, alpha);
     if (best_move == 0 && futile) best = std::max(best, std::min(alpha, eval + margin));
     if (excluded == 0) {

@@ -24,6 +24,7 @@ Move last_best_move;
 int reference_score;
 Colour reference_side;
 bool reference_valid;
+Move predicted_reply, predicted_next;
 int move_phase;
 bool game_over_flag;
 bool output_suppressed;
@@ -44,6 +45,7 @@ void ResetLimits() {
 void ResetGameMemory() {
     ResetSearchMemory();
     reference_valid = false;
+    predicted_reply = predicted_next = 0;
     move_phase = 0;
 }
 

@@ -5,6 +5,7 @@
 #include <initializer_list>
 
 #include "board/bitboard.h"
+#include "search/search.h"
 
 namespace {
 
@@ -47,14 +48,18 @@ void RewardQuiet(Move m, Colour us, int depth, const Move* tried, int count) {
     }
 }
 
-Bitboard GainfulTargets(Colour us, int eval, int alpha) {
+CaptureTargets GainfulTargets(Colour us, int eval, int alpha) {
     const Position& p = thread_board;
     const Colour them = ChangeSide(us);
-    Bitboard targets = 0;
-    for (const PieceType type : {PAWN, KNIGHT, BISHOP, ROOK, QUEEN})
-        if (eval + PieceValue[type] + GainMargin > alpha) targets |= p.pieces[type][them];
-    const Bitboard seventh = p.pieces[PAWN][us] & RelativeRankMask(us, 6);
-    if (seventh)
-        targets |= p.colour[them] & (us == WHITE ? PawnAttackSet<WHITE>(seventh) : PawnAttackSet<BLACK>(seventh));
+    CaptureTargets targets = {0, -MATE};
+    for (const PieceType type : {PAWN, KNIGHT, BISHOP, ROOK, QUEEN}) {
+        const Bitboard men = p.pieces[type][them];
+        const int hope = eval + PieceValue[type] + GainMargin;
+        if (hope > alpha) targets.squares |= men;
+        else if (men) targets.left_out = std::max(targets.left_out, hope);
+    }
+    if (const Bitboard seventh = p.pieces[PAWN][us] & RelativeRankMask(us, 6))
+        targets.squares |=
+            p.colour[them] & (us == WHITE ? PawnAttackSet<WHITE>(seventh) : PawnAttackSet<BLACK>(seventh));
     return targets;
 }

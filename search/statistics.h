@@ -17,4 +17,10 @@ void RewardQuiet(Move m, Colour us, int depth, const Move* tried, int count);
 
 // Enemy men whose capture could bring eval near alpha, and everything that our pawns on the
 // seventh rank attack.
-Bitboard GainfulTargets(Colour us, int eval, int alpha);
+struct CaptureTargets {
+    Bitboard squares;
+    // The most that a capture of another man is hoped to bring, centipawns, at most alpha; -MATE: there
+    // is no other.
+    int left_out;
+};
+CaptureTargets GainfulTargets(Colour us, int eval, int alpha);

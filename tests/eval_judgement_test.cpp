@@ -108,14 +108,15 @@ TEST(Judgement, TheBetterPositionScoresHigher) {
     ResetEngine();
 }
 
-// Which square of a king's frame a man stands on. The rooks only make it no pawn ending.
-TEST(Judgement, MenAreSeenFromTheKings) {
+// Which place of a term a man has. The rooks only make it no pawn ending.
+TEST(Judgement, PlacesOfTerms) {
     constexpr int f2 = 13, h3 = 23, Board = 64;
     struct {
         const char* why;
         const char* fen;
         Colour side;
         int slot;
+        int times = 1;
     } const cases[] = {
         {"own king on g1", "r5k1/8/8/8/8/8/5P2/R5K1 w - - 0 1", WHITE, OwnKingPawn + f2},
         {"mirrored", "r5k1/8/8/8/8/8/2P5/RK6 w - - 0 1", WHITE, OwnKingPawn + f2},
@@ -127,13 +128,20 @@ TEST(Judgement, MenAreSeenFromTheKings) {
         {"enemy king on b8, mirrored", "rk6/8/P7/8/8/8/8/R5K1 w - - 0 1", WHITE, EnemyKingPawn + h3},
         {"a knight beside the enemy king", "rk6/8/N7/8/8/8/8/R5K1 w - - 0 1", WHITE, EnemyKingKnight + h3},
         {"a queen of the other colour", "r5k1/5ppp/8/8/8/7q/PPP5/QR4K1 b - - 0 1", BLACK, EnemyKingQueen + h3},
+        {"a pawn on the fourth attacks a pawn", "r5k1/8/8/3p4/4P3/8/8/R5K1 w - - 0 1", WHITE, LeverPawn + 2},
+        {"one on the fifth", "r5k1/8/3p4/4P3/8/8/8/R5K1 w - - 0 1", WHITE, LeverPawn + 3},
+        {"the other colour, on its third", "r5k1/8/3p4/4P3/8/8/8/R5K1 w - - 0 1", BLACK, LeverPawn + 1},
+        {"a pawn on the third would, after a step", "r5k1/8/8/3p4/8/4P3/8/R5K1 w - - 0 1", WHITE, LeverPush + 1},
+        {"the other colour, on its fourth", "r5k1/8/8/3p4/8/4P3/8/R5K1 w - - 0 1", BLACK, LeverPush + 2},
+        {"an own pawn bars the step", "r5k1/8/8/3p4/4P3/4P3/8/R5K1 w - - 0 1", WHITE, LeverPush + 1, 0},
+        {"an enemy pawn bars the step", "r5k1/8/8/3p4/4p3/4P3/8/R5K1 w - - 0 1", WHITE, LeverPush + 1, 0},
     };
     ResetEngine();
     for (const auto& c : cases) {
         SetFen(c.fen);
         int score = NotEvaluated;
         TracePosition(score);
-        EXPECT_EQ(evaluation_trace.count[c.side][c.slot], 1) << c.why;
+        EXPECT_EQ(evaluation_trace.count[c.side][c.slot], c.times) << c.why;
     }
     ResetEngine();
 }

@@ -85,6 +85,26 @@ TEST_F(SearchNodeTest, SkippedMovesAreNoStalemate) {
     EXPECT_LT(search(-300, -299, ONE_PLY, false, CutNode), -250);
 }
 
+// The lone king has no move. The window lies where captures of little gain would be left out.
+TEST_F(SearchNodeTest, StalemateNearAlphaIsADraw) {
+    EnterNode("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 1);
+    const int eval = Evaluate();
+    EXPECT_EQ(search(eval - 50, eval - 49, ONE_PLY, false, CutNode), 0);
+}
+
+// What quiescence stores of a position says whether there is anything to capture in it.
+TEST_F(SearchNodeTest, PositionsWithoutCapturesAreRemembered) {
+    for (const auto& [fen, none] : {std::pair{"4k3/4p3/8/8/8/8/4P3/4K3 w - - 0 1", true},
+                                    {"4k3/8/8/3p4/4P3/8/8/4K3 w - - 0 1", false},
+                                    {"4k3/2P5/8/8/8/8/8/4K3 w - - 0 1", false}}) {
+        EnterNode(fen, 1);
+        quiesce(-MATE, MATE, 0, PvNode);
+        const TableEntry* const entry = PeekTable();
+        ASSERT_NE(entry, nullptr) << fen;
+        EXPECT_EQ((entry->flags & FlagNoCaptures) != 0, none) << fen;
+    }
+}
+
 // Whoever is to move must leave his pawn and loses. A null move would make that Black.
 TEST_F(SearchNodeTest, PawnEndingsAreNotPassed) {
     EnterNode("8/8/8/3Kp3/4Pk2/8/8/8 w - - 0 1", 1);

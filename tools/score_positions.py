@@ -61,10 +61,10 @@ def main():
             sys.exit("the output cannot be the input")
         held = list(lines_of(options.output))
         done = {found[0] for found in map(fields, held) if found}
-        if len(held) > 1 and not done:  # a cut-off line may stand alone
-            sys.exit(f"{options.output} holds no scored positions; it is left alone")
         with open(options.output, "rb") as out:
             cut_off = out.seek(0, 2) > 0 and out.seek(-1, 2) >= 0 and out.read() != b"\n"
+        if held and not done and not (cut_off and len(held) == 1):
+            sys.exit(f"{options.output} holds no scored positions; it is left alone")
     engine = Engine(options.engine, [("Hash", options.hash), ("OwnBook", "false")])
     start, scored, left_out, unreadable, before = time.monotonic(), 0, 0, 0, len(done)
     with open(options.output, "a", encoding="ascii") as out:

@@ -129,8 +129,10 @@ def follow(match, own):
                 own_faults += line.startswith(f"FAULT {own} ")
             ended = ended or line.startswith("faults: ")
     except KeyboardInterrupt:
-        signal.signal(signal.SIGINT, signal.SIG_IGN)  # once is enough; what was played is to be logged
+        pass
     finally:
+        for number in signal.SIGINT, signal.SIGTERM:  # once is enough; what was played is to be logged
+            signal.signal(number, signal.SIG_IGN)
         match.terminate()
         match.wait()
     return total, own_faults, faults, ended

@@ -73,7 +73,7 @@ export class Engine {
     for (const m of moves) this.send(this.#usermove(m));
     this.send(clock.ponder ? 'hard' : 'easy'); this.send('post');
     if (clock.base) { const s = clock.base / 1000; this.send(`level ${clock.period || 0} ${Math.floor(s / 60)}:${String(Math.floor(s % 60)).padStart(2, '0')} ${clock.inc / 1000}`); }
-    if (clock.movetime) this.send(`st ${Math.max(1, Math.round(clock.movetime / 1000))}`);
+    if (clock.movetime) this.send(`st ${clock.movetime / 1000}`);
     if (clock.depth) this.send(`sd ${clock.depth}`);
     this.sent = moves.length;
     this.playing = false;
@@ -94,7 +94,7 @@ export class Engine {
 
   #usermove(m) { return this.features.usermove === '1' ? `usermove ${m}` : m; }
 
-  /** Asks for a move. clock: {base, inc, nodes, depth, movetime}; times: {own, other} in ms. Answers {move, ms, info}. */
+  /** Asks for a move. clock: {base, inc, period, nodes, depth, movetime, ponder}; times: {own, other} in ms, toGo moves to the next period. Answers {move, ms, info}. */
   async think(startFen, moves, clock, times, whiteToMove, marginMs) {
     this.info = {};
     let limit = WAIT_MS * 30;

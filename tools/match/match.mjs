@@ -30,6 +30,7 @@ function options(argv) {
   if (engines[0].name === engines[1].name) throw new Error('the engines need different names');
   for (const e of engines) {
     if (e.proto === 'xboard' && (e.nodes || clock.nodes)) throw new Error(`${e.name}: xboard engines know no limit of nodes`);
+    if (e.proto === 'xboard' && clock.movetime % 1000) throw new Error(`${e.name}: xboard engines know times of whole seconds only`);
     if (clock.ponder && (e.nodes || !clock.base)) throw new Error('pondering needs a clock for both engines');
   }
   return { ...o, clock, engines };
@@ -91,8 +92,9 @@ async function play(white, black, opening, o) {
   const moves = [];
   for (const m of opening.moves) { board.move({ from: m.slice(0, 2), to: m.slice(2, 4), promotion: m[4] }); moves.push(m); }
   const players = { w: white, b: black };
-  const start = { own: o.clock.base, toGo: o.clock.period ?? 0 };
-  const clocks = { w: start, b: start };
+  // The moves of the opening count in the first period, as engines count them.
+  const atStart = (made) => ({ own: o.clock.base, toGo: o.clock.period ? o.clock.period - made % o.clock.period : 0 });
+  const clocks = { w: atStart(Math.ceil(moves.length / 2)), b: atStart(Math.floor(moves.length / 2)) };
   let quiet = 0, decided = 0;
   const end = (points, reason, fault, culprit) => { const text = points === 1 ? '1-0' : points === 0 ? '0-1' : '1/2-1/2'; white.result(text); black.result(text); return { points, reason, fault, culprit, board }; };
   for (const e of [white, black]) {
