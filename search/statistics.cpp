@@ -7,6 +7,8 @@
 #include "board/bitboard.h"
 #include "search/search.h"
 
+constinit SafeCaptures safe_captures = {};
+
 namespace {
 
 // Step of a history value towards its limit, 1024ths, by depth in plies.
@@ -19,7 +21,12 @@ constexpr int GainMargin = 200;
 }  // namespace
 
 void RecordCapture(Move m, Colour us, int ordering_score, bool success) {
-    if (MoveCaptured(m) == EMPTY || ordering_score >= SafeCaptureScore) return;
+    if (MoveCaptured(m) == EMPTY) return;
+    if (ordering_score >= SafeCaptureScore) {
+        ++safe_captures.tries;
+        safe_captures.successes += success;
+        return;
+    }
     CaptureStatistics& slot = capture_statistics[CaptureKey(m, us)];
     if (slot.generation != table_generation) slot = {table_generation, 0, 0};
     ++slot.tries;

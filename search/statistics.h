@@ -2,12 +2,18 @@
 // targets that can still matter far below alpha.
 #pragma once
 
+#include <cstdint>
+
 #include "board/ordering_data.h"
 #include "board/position.h"
 
 // Counts a try, and maybe a success, of a capture in the capture statistics. Captures with an
-// ordering score of SafeCaptureScore and more need no statistics.
+// ordering score of SafeCaptureScore and more need no statistics, they are only counted all together.
 constexpr int SafeCaptureScore = 100000;
+struct SafeCaptures {
+    int64_t tries, successes;
+};
+extern SafeCaptures safe_captures;  // since the program's start
 void RecordCapture(Move m, Colour us, int ordering_score, bool success);
 
 // A quiet move caused a cut-off out of check: raises its history value, lowers those of the

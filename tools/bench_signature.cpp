@@ -3,12 +3,14 @@
 //
 //   corvantis_bench_signature [DEPTH]
 //
-// One line a position, what the evaluation's caches did, then "N nodes M nps" as the last line.
+// One line a position, what the evaluation's caches and the order of captures did, then
+// "N nodes M nps" as the last line.
 #include <chrono>
 #include <cinttypes>
 #include <cstdio>
 
 #include "eval/evaluate.h"
+#include "search/statistics.h"
 #include "tools/common/signature.h"
 #include "tools/common/text.h"
 
@@ -38,6 +40,8 @@ int main(int argc, char** argv) {
                 percent(e.calls - e.lazy - e.cache_hits, e.calls));
     std::printf("%" PRIu64 " pawn structures: %.1f %% from the pawn hash\n", e.pawn_calls,
                 percent(e.pawn_hits, e.pawn_calls));
+    std::printf("%" PRId64 " safe captures in answer to captures: %.1f %% raise alpha\n", safe_captures.tries,
+                percent(uint64_t(safe_captures.successes), uint64_t(safe_captures.tries)));
     std::printf("%" PRId64 " nodes %" PRId64 " nps\n", total, int64_t(double(total) / (seconds > 0 ? seconds : 1)));
     return 0;
 }
