@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "board/attacks.h"
 #include "board/memory.h"
 #include "eval/evaluate.h"
 #include "eval/slot_index.h"
@@ -94,8 +95,8 @@ template <Colour Us, bool Traced> SideResult<Traced> EvaluateSide() {
         }
         if (attacked_twice & Bit(s)) tally.Add(AttackedTwicePawn);
         if (rank >= 3 && rank <= 5 && (enemy & ahead)) tally.Add(RammedPawn + rank - 3);
-        if (rank < 6 && (PawnAttackSet<Us>(Bit(s)) & enemy)) tally.Add(LeverPawn + rank - 1);
-        else if (rank < 5 && !((own | enemy) & ahead) && (PawnAttackSet<Us>(ahead) & enemy))
+        if (rank < 6 && (pawn_attacks[Us][s] & enemy)) tally.Add(LeverPawn + rank - 1);
+        else if (rank < 5 && !((own | enemy) & ahead) && (pawn_attacks[Us][s + Up] & enemy))
             tally.Add(LeverPush + rank - 1);
         if (own_ahead) {
             tally.Add(DoubledPawn);

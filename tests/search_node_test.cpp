@@ -85,7 +85,7 @@ TEST_F(SearchNodeTest, SkippedMovesAreNoStalemate) {
     EXPECT_LT(search(-300, -299, ONE_PLY, false, CutNode), -250);
 }
 
-// The lone king has no move. The window lies where captures of little gain would be left out.
+// The lone king has no move. The window lies where captures are chosen by what they gain.
 TEST_F(SearchNodeTest, StalemateNearAlphaIsADraw) {
     EnterNode("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 1);
     const int eval = Evaluate();

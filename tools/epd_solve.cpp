@@ -177,8 +177,7 @@ int main(int argc, char** argv) {
         if (word == "--hash") {
             int megabytes = 0;
             if (!ParseNumber(value, 1, LargestHash, megabytes)) return Usage();
-            TranspositionSize = uint32_t(megabytes) * 1048576u / TranspositionEntryBytes;
-            if (AllocateTable(TranspositionSize)) continue;
+            if (AllocateTable(uint32_t(megabytes) * 1048576u / TranspositionEntryBytes)) continue;
             std::fprintf(stderr, "out of memory\n");
             return 1;
         }
