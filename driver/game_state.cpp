@@ -20,7 +20,7 @@ namespace {
 
 void ResetGameState() {
     AgeTable(3);
-    ClearHistory();
+    ClearOrderingData();
     ResetGameMemory();
     ClearResignHistory();
     ResetBookLearning();

@@ -232,8 +232,9 @@ int quiesce(int alpha, int beta, int depth, int node_type) {
         GenerateEvasions();
         const int evasions = move_count - stack_start;
         if (evasions == 0) return ply - MATE;
-        const bool harmless =
-            parent_tried && IsQuiet(previous) && previous != 0 && IsHarmlessCheck(stack_start, move_count);
+        // An evasion that happens to give check was not tried for that.
+        const bool harmless = parent_tried && !ply_records[ply - 1].in_check && IsQuiet(previous) && previous != 0
+            && IsHarmlessCheck(stack_start, move_count);
         MovePicker picker;
         picker.StartInCheck(hash_move, stack_start);
         Move m = picker.Next();

@@ -98,7 +98,9 @@ void OrderRootMoves() {
         RootMove& root = root_moves[i];
         root.score = -OpenWindow;
         if (stop_flag) continue;
-        const int score = SearchRootMove(root, -OpenWindow, OpenWindow, 0, PvNode);
+        // A check gets no deeper search here than other moves.
+        const int depth = root.gives_check ? -ONE_PLY : 0;
+        const int score = SearchRootMove(root, -OpenWindow, OpenWindow, depth, PvNode);
         if (stop_flag) continue;
         root.score = score;
         KeepLine(root);
@@ -116,7 +118,7 @@ void MoveUp(int index, int place) { std::rotate(root_moves + place, root_moves +
 
 bool TimeForAnotherIteration() {
     if (!time_budget.timed || PonderingNow || AnalysisMode || search_limits.MoveTime > 0
-        || search_limits.MaxDepth < NoDepthLimit || root_in_trouble)
+        || search_limits.MaxDepth < NoDepthLimit)
         return true;
     const int64_t elapsed = NowCentiseconds() - search_start;
     return elapsed * 100 <= int64_t(std::min(time_budget.target, time_budget.hard)) * 60;
@@ -249,7 +251,8 @@ int IterateSingleLine(int max_depth) {
     return finished;
 }
 
-// One of the first MultiPV root moves: window around its own score, opened on failure.
+// One of the first MultiPV root moves: window around its own score, opened on failure. Sets
+// root_in_trouble while a re-search runs.
 int AspireLine(int i, int k) {
     RootMove& root = root_moves[i];
     const int previous = root.score;
@@ -259,10 +262,12 @@ int AspireLine(int i, int k) {
         root.score = score;
         KeepLine(root);
         ReportMultiPV(k, i, Bound::Lower);
+        root_in_trouble = true;
         score = SearchRootMove(root, score, OpenWindow, DepthOfIteration(k), PvNode);
     } else if (score <= previous - MultiPVWindow) {
         root.score = score;
         ReportMultiPV(k, i, Bound::Upper);
+        root_in_trouble = true;
         score = SearchRootMove(root, -OpenWindow, score, DepthOfIteration(k), PvNode);
     }
     return score;
@@ -292,9 +297,11 @@ int IterateMultiPV(int max_depth) {
                 if (!stop_flag && score > worst) {
                     root.score = score;
                     ReportMultiPV(k, i, Bound::Lower);
+                    root_in_trouble = true;
                     score = SearchRootMove(root, score, OpenWindow, DepthOfIteration(k), PvNode);
                 }
             }
+            root_in_trouble = false;
             if (stop_flag) {
                 std::memcpy(root_moves, snapshot, sizeof snapshot);
                 return finished;
@@ -354,13 +361,18 @@ void RestrictRootMoves() {
 }
 
 void RememberPrediction(const Move* line, int length) {
-    predicted_reply = length > 1 ? line[1] : 0;
-    predicted_next = length > 2 ? line[2] : 0;
+    predicted_line = {};
+    if (length > 0) predicted_line.own = line[0];
+    if (length > 1) predicted_line.reply = line[1];
+    if (length > 2) predicted_line.next = line[2];
 }
 
+// What the last search meant to play here, if both moves since are those it foresaw. (After a ponder
+// search that missed, the first is not.)
 Move ExpectedMove() {
-    const Move previous = history_count > 0 ? game_history[history_count - 1].move : 0;
-    return previous != 0 && previous == predicted_reply ? predicted_next : 0;
+    if (history_count < 2 || predicted_line.next == 0) return 0;
+    const HistoryRecord* const last = game_history + history_count - 1;
+    return last[-1].move == predicted_line.own && last[0].move == predicted_line.reply ? predicted_line.next : 0;
 }
 
 Move PredictReply(const Move* line, int length) {
@@ -437,7 +449,7 @@ SearchResult think(bool use_book) {
         if (const Move book = AskBook(); book != 0) {
             result.best = book;
             result.from_book = true;
-            predicted_reply = predicted_next = 0;
+            predicted_line = {};
             if (!output_suppressed) last_best_move = book;
             return finish();
         }
@@ -483,6 +495,6 @@ void ClearHashTables() {
 void ClearSearch() {
     ClearHashTables();
     ClearOrderingData();
-    predicted_reply = predicted_next = 0;
+    predicted_line = {};
     reference_valid = false;
 }

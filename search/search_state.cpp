@@ -24,7 +24,7 @@ Move last_best_move;
 int reference_score;
 Colour reference_side;
 bool reference_valid;
-Move predicted_reply, predicted_next;
+PredictedLine predicted_line;
 int move_phase;
 bool game_over_flag;
 bool output_suppressed;
@@ -45,7 +45,7 @@ void ResetLimits() {
 void ResetGameMemory() {
     ResetSearchMemory();
     reference_valid = false;
-    predicted_reply = predicted_next = 0;
+    predicted_line = {};
     move_phase = 0;
 }
 

@@ -48,10 +48,14 @@ extern Move last_best_move;    // what the engine last reported; cleared by set-
 extern int reference_score;    // root score of the last search ...
 extern Colour reference_side;  // ... and whose view it is
 extern bool reference_valid;
-extern Move predicted_reply, predicted_next;  // the opponent's reply and our next move, 0 if unknown
-extern int move_phase;                        // own searched moves since the game began
-extern bool game_over_flag;                   // suppresses a second announcement of one draw
-extern bool output_suppressed;                // no progress lines at all (hint searches, tools)
+// How the last search thought the game would go on, 0 where it did not know.
+struct PredictedLine {
+    Move own, reply, next;  // its best move, the opponent's answer, our move after that
+};
+extern PredictedLine predicted_line;
+extern int move_phase;          // own searched moves since the game began
+extern bool game_over_flag;     // suppresses a second announcement of one draw
+extern bool output_suppressed;  // no progress lines at all (hint searches, tools)
 
 // Another position: forgets the last best move and draw. A front end sends each position of
 // one game anew, so what is known of the game stays.

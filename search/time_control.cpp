@@ -52,16 +52,12 @@ void CheckClock() {
         if (elapsed >= time_budget.hard) stop_flag = true;
         return;
     }
-    const bool same = expected_best_move != 0 && root_moves[0].move == expected_best_move;
-    if (!same) expected_best_move = 0;
-    const int64_t patience = std::min<int64_t>(5 * int64_t(time_budget.target) / 3, time_budget.hard);
-    if (root_in_trouble && !same && elapsed <= patience) return;
-    int64_t wanted = same ? time_budget.target / 3 : time_budget.target;
-    if (reference_valid) {
-        const int reference = reference_side == root_side ? reference_score : -reference_score;
-        wanted = AdjustTarget(wanted, root_moves[0].score, reference, move_phase);
-    }
-    if (elapsed >= std::min<int64_t>(wanted, time_budget.hard)) stop_flag = true;
+    const bool expected = expected_best_move != 0 && root_moves[0].move == expected_best_move;
+    if (!expected) expected_best_move = 0;
+    const int reference = reference_side == root_side ? reference_score : -reference_score;
+    const ClockSituation now = {elapsed,   expected,        root_in_trouble, root_moves[0].score,
+                                reference, reference_valid, move_phase};
+    if (IsTimeUp(time_budget, now)) stop_flag = true;
 }
 
 }  // namespace
@@ -112,6 +108,14 @@ int64_t AdjustTarget(int64_t target, int score, int reference, int phase) {
     if (change >= -NotableFall) return target;
     if (change >= -SevereFall) return target / 2 + 2 * target;
     return target * (phase != 0 ? 7 : 4);
+}
+
+bool IsTimeUp(const TimeBudget& budget, const ClockSituation& now) {
+    const int64_t patience = std::min<int64_t>(5 * int64_t(budget.target) / 3, budget.hard);
+    if (now.trouble && !now.expected && now.elapsed <= patience) return false;
+    int64_t wanted = now.expected ? budget.target / 3 : budget.target;
+    if (now.has_reference) wanted = AdjustTarget(wanted, now.score, now.reference, now.phase);
+    return now.elapsed >= std::min<int64_t>(wanted, budget.hard);
 }
 
 void RestartBudget() {

@@ -26,6 +26,18 @@ TimeBudget Allocate(const SearchLimits& limits, const TimeSituation& situation);
 // the search before. `phase` is the number of own searched moves so far.
 int64_t AdjustTarget(int64_t target, int score, int reference, int phase);
 
+// Shall a search on a clock end now? `expected` means that its best move is the one the last search
+// foresaw, `trouble` is root_in_trouble. The scores are both from the same side's view; without
+// `has_reference` there was no search before.
+struct ClockSituation {
+    int64_t elapsed;  // centiseconds
+    bool expected, trouble;
+    int score, reference;
+    bool has_reference;
+    int phase;  // own searched moves so far
+};
+bool IsTimeUp(const TimeBudget& budget, const ClockSituation& now);
+
 // The budget of the running search. Set by StartClock(), and again by RestartBudget() when a
 // ponder search turns into a timed one; the time origin stays the start of the search.
 extern TimeBudget time_budget;
@@ -35,7 +47,8 @@ void RestartBudget();
 // Run by the search when poll_countdown falls below 0: input, node limit, clock.
 void PeriodicCheck();
 
-// Set while the first move of the iteration has failed low or a root move is searched again.
+// Set while the first move of the iteration has failed low or a root move is searched again, in the
+// loop of several lines too.
 extern bool root_in_trouble;
 // The move the engine expected to play here, from the last search; 0 when the game went on
 // otherwise.

@@ -11,6 +11,7 @@
 #include "board/notation.h"
 #include "board/ordering_data.h"
 #include "board/settings.h"
+#include "driver/game_state.h"
 #include "search/host.h"
 #include "search/limits.h"
 #include "search/principal_variation.h"
@@ -66,6 +67,39 @@ TEST_F(SearchTest, FindsMatesAtTheirDistance) {
         const SearchResult result = SearchDepth(c.fen, c.depth + 4);
         const int expected = c.moves > 0 ? MATE - (2 * c.moves - 1) : -MATE - 2 * c.moves;
         EXPECT_EQ(result.score, expected) << MoveText(result.best);
+    }
+}
+
+// What was learned about ordering must not leak from game to game: the same search, the same nodes.
+TEST_F(SearchTest, NewGameForgetsTheLast) {
+    constexpr const char* Fen = "r1bq1rk1/pp2ppbp/2np2p1/2n5/P3PP2/N1P2N2/1PB3PP/R1B1QRK1 b - - 0 1";
+    SearchDepth(Fen, 9);
+    const int64_t fresh = nodes_searched;
+    SearchDepth("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R b KQkq - 0 1", 9);
+    StartNewGame();
+    SearchDepth(Fen, 9);
+    EXPECT_EQ(nodes_searched, fresh);
+}
+
+// A move that the last search foresaw gets less time, but only where its whole line was played.
+TEST_F(SearchTest, ExpectsAMoveOnlyAfterTheLineForeseen) {
+    PredictedLine line;
+    line.own = ParseCoordinate("e2e4");
+    MakeMove(line.own);
+    line.reply = ParseCoordinate("e7e5");
+    MakeMove(line.reply);
+    line.next = ParseCoordinate("g1f3");
+    const struct {
+        const char* moves;
+        Move expected;
+    } games[] = {{"e2e4 e7e5", line.next}, {"d2d4 e7e5", 0}, {"e2e4 c7c5", 0}, {"e2e4", 0}, {"", 0}};
+    for (const auto& game : games) {
+        SetInitialPosition();
+        PlayMoves(game.moves);
+        predicted_line = line;
+        search_limits.MaxDepth = 1;
+        think(false);
+        EXPECT_EQ(expected_best_move, game.expected) << game.moves;
     }
 }
 

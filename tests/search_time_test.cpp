@@ -101,6 +101,35 @@ TEST(TimeBudgetTest, ScoreChangesStretchTheTarget) {
     }
 }
 
+struct TimeUpCase {
+    const char* why;
+    ClockSituation now;  // elapsed, expected, trouble, score, reference, has_reference, phase
+    bool up;
+};
+
+// The target is 90, the end 400; patience with a root move in trouble ends at 5 / 3 of the target, 150.
+const TimeUpCase time_up_cases[] = {
+    {"before the target", {89, false, false, 0, 0, true, 5}, false},
+    {"at the target", {90, false, false, 0, 0, true, 5}, true},
+    {"no search before to compare with", {90, false, false, -500, 0, false, 5}, true},
+    {"the move foreseen needs a third", {30, true, false, 0, 0, true, 5}, true},
+    {"but not less", {29, true, false, 0, 0, true, 5}, false},
+    {"the best move is in trouble", {150, false, true, 0, 0, true, 5}, false},
+    {"and has been so for long", {151, false, true, 0, 0, true, 5}, true},
+    {"trouble of the move foreseen", {30, true, true, 0, 0, true, 5}, true},
+    {"a small fall takes two and a half targets", {224, false, false, -30, 0, true, 5}, false},
+    {"and no more", {225, false, false, -30, 0, true, 5}, true},
+    {"a small fall of the move foreseen", {75, true, false, -30, 0, true, 5}, true},
+    {"a severe fall takes all there is", {399, false, false, -100, 0, true, 5}, false},
+    {"but not more", {400, false, false, -100, 0, true, 5}, true},
+};
+
+TEST(TimeBudgetTest, TimeIsUp) {
+    for (const TimeUpCase& c : time_up_cases) EXPECT_EQ(IsTimeUp({true, 90, 400, 5000}, c.now), c.up) << c.why;
+    EXPECT_TRUE(IsTimeUp({true, 90, 100, 5000}, {101, false, true, 0, 0, true, 5}))
+        << "patience ends at the hard limit";
+}
+
 // Whatever a front end sends, the budget never exceeds half of the clock.
 TEST(TimeBudgetTest, NeverMoreThanHalfTheClock) {
     for (const bool uci : {false, true})
