@@ -20,6 +20,8 @@ namespace {
 constexpr int Unchanged = 256;
 constexpr int HardToWin = Unchanged / 6;  // a minor piece up without pawns and the like
 constexpr int BishopsAgainstKnight = Unchanged / 2;
+// Worth more than in the middle of a game, since nothing else is left that could hold.
+constexpr int HeavyPiecesWin = Unchanged * 3 / 2;
 constexpr int KnownWinBonus = 100;  // before scaling, where the terms themselves say little
 constexpr int FewMen = 8;           // more than that, and no ending here is meant
 // Against a bare king, on top of material. More than the best that the same pieces without the
@@ -29,14 +31,26 @@ constexpr int ExtraMan = 150;  // each man besides a pawn that promotes against 
 
 constexpr int SignFor(Colour c) { return c == BLACK ? 1 : -1; }
 
-// At most a minor piece more does not win without pawns; two bishops against a knight do, with
-// trouble. 256 = nothing lost.
+// A queen wins against two minors of which one is a bishop, two rooks win against a rook and a minor.
+template <Colour Us> bool WinsByHeavyPieces() {
+    constexpr Colour Them = ChangeSide(Us);
+    const Position& p = thread_board;
+    const auto& n = p.PieceCount;
+    if (n[PAWN][Them] || p.MinorCount[Us]) return false;
+    if (n[QUEEN][Us] == 1 && !n[ROOK][Us])
+        return p.NonPawnMaterial[Them] == 6 && p.MinorCount[Them] == 2 && n[BISHOP][Them];
+    return n[ROOK][Us] == 2 && !n[QUEEN][Us] && p.NonPawnMaterial[Them] == 8 && n[ROOK][Them] == 1;
+}
+
+// Otherwise at most a minor piece more does not win without pawns; two bishops against a knight do,
+// with trouble. 256 = as it is.
 template <Colour Us> int PawnlessFactor() {
     constexpr Colour Them = ChangeSide(Us);
     const Position& p = thread_board;
     const auto& n = p.PieceCount;
     const int units = p.NonPawnMaterial[Us], enemy_units = p.NonPawnMaterial[Them];
     if (n[PAWN][Us] || enemy_units == 0 || units - enemy_units > 3) return Unchanged;
+    if (WinsByHeavyPieces<Us>()) return HeavyPiecesWin;
     const bool bishops_against_knight = n[BISHOP][Us] == 2 && units == 6 && n[KNIGHT][Them] == 1 && enemy_units == 3;
     return bishops_against_knight ? BishopsAgainstKnight : HardToWin;
 }

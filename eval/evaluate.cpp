@@ -3,8 +3,8 @@
 // Evaluate() is what the search calls. Material far outside the window of the running
 // iteration ends it at once; otherwise the cache is asked, and EvaluatePosition() on a miss.
 // A cache entry holds the scores of both sides to move: the second follows from the first
-// by SymmetryDelta, which is kept exact, so that a result never depends on what the cache
-// happened to hold.
+// by SymmetryDelta, which is kept exact, so that a score never depends on what the cache
+// happened to hold. The square sets and EvalSpread are those of the first of the two.
 //
 // State: the cache; the style under which the cached scores were made; the counters.
 #include "eval/evaluate.h"

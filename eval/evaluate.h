@@ -43,8 +43,8 @@ extern Colour evaluation_root_side;
 // Sets the root side; clears the cache when cached scores depend on it.
 void SetEvaluationRoot(Colour side);
 
-// Left by Evaluate() for the search. After a lazy exit, and where a rule settles an ending, the
-// square sets are empty; after a lazy exit the material value is the bare balance.
+// Left by Evaluate() for the search. After a lazy exit, and mostly where a rule settles an ending,
+// the square sets are empty; after a lazy exit the material value is the bare balance.
 extern int evaluation_material;  // EvaluateMaterial(), Black's view
 extern int EvalSpread;
 extern Bitboard evaluation_passed[2];   // passed pawns by colour

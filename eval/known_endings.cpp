@@ -28,12 +28,11 @@ int FileDistance(Square a, Square b) { return std::abs(FileOf(a) - FileOf(b)); }
 int RankDistance(Square a, Square b) { return std::abs(RankOf(a) - RankOf(b)); }
 Bitboard ColourOf(Square s) { return Bit(s) & LightSquares ? LightSquares : DarkSquares; }
 
-// The king of the other side sits in or beside the corner, ours has not shut it out.
+// The king of the other side sits in or beside the corner, where ours cannot come near.
 template <Colour Us> bool CornerHeld() {
     const Position& p = thread_board;
     const Square goal = Turned<Us>(p.pieces[PAWN][Us] & FileA ? A8 : H8);
-    return Distance(p.king_square[ChangeSide(Us)], goal) <= 1
-        && !(Bit(p.king_square[Us]) & (king_attacks[goal] | Bit(goal)));
+    return Distance(p.king_square[ChangeSide(Us)], goal) <= 1;
 }
 
 // One pawn of the wrong corner against a bare king that is sure to come there: before the

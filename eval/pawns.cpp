@@ -5,7 +5,7 @@
 // about pawns. Passed pawns get only their candidates' part here, the rest needs pieces.
 //
 // State: the pawn hash. Allocated at start-up, entries zero = empty. A position without
-// pawns has key 0, which would match an empty entry; it is answered from a constant.
+// pawns has key 0, which would match an empty entry; its record is made anew.
 #include "eval/pawns.h"
 
 #include <algorithm>

@@ -12,7 +12,8 @@ namespace {
 constexpr int SpaceUnits = 36;
 constexpr int SpacePieces = 3, SpaceQuarter = 4;
 
-// Place of a man in the rows of HitByMinor and HitByRook; kings are never counted.
+// Place of a man in the rows of HitByMinor and HitByRook. Kings are never counted, pawns never where
+// the row begins with knights.
 constexpr int VictimIndex(int type) {
     switch (type) {
         case KNIGHT: return 1;

@@ -1,6 +1,6 @@
 // trace.cpp - the noted terms of one evaluation: sums of the board, gains by term, the total.
 //
-// State: evaluation_trace, filled by TracePosition() (evaluate.cpp) through Tally::Add().
+// State: evaluation_trace, filled by TracePosition() (position_evaluation.cpp) through Tally::Add().
 #include "eval/trace.h"
 
 #include <algorithm>

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "board/console.h"
@@ -107,6 +108,16 @@ static_assert(default_attacker_scale[16] == 1504);
 // Values outside this range cannot be sane weights and would overflow later sums.
 constexpr int FileValueLimit = 2000;
 
+// The next word as a number, the nearest possible one where it is too large. False at the end and
+// when it is none.
+bool ReadNumber(std::FILE* file, long* value) {
+    char word[32];
+    if (std::fscanf(file, "%31s", word) != 1) return false;
+    char* end;
+    *value = std::strtol(word, &end, 10);
+    return end != word && *end == '\0';
+}
+
 void ResetMaterialCorrections() {
     std::fill_n(&material_add[0][0][0][0][0][0], sizeof material_add / sizeof(int16_t), int16_t(0));
     std::fill_n(&material_scale[0][0][0][0][0][0], sizeof material_scale / sizeof(int16_t), int16_t(256));
@@ -135,9 +146,9 @@ void LoadValues(const char* file_name) {
     bool more = true;
     for (const ValueRow& row : value_rows)
         for (int i = 0; i < row.count && more; ++i) {
-            int value;
-            more = std::fscanf(file, "%d\n", &value) == 1;
-            if (more && row.target) row.target[i] = std::clamp(value, -FileValueLimit, FileValueLimit);
+            long value;
+            more = ReadNumber(file, &value);
+            if (more && row.target) row.target[i] = int(std::clamp<long>(value, -FileValueLimit, FileValueLimit));
         }
     std::fclose(file);
 

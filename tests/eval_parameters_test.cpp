@@ -223,7 +223,7 @@ TEST_F(Parameters, WrittenFileReadsBackTheSameEvaluation) {
 TEST_F(Parameters, AbsurdFileKeepsScoresInRange) {
     std::FILE* file = std::fopen(path_.c_str(), "w");
     ASSERT_NE(file, nullptr);
-    for (int i = 0; i < FileValueCount; ++i) std::fprintf(file, "%d\n", i % 2 ? 2000000000 : -2000000000);
+    for (int i = 0; i < FileValueCount; ++i) std::fprintf(file, "%s\n", i % 2 ? "4294967297" : "-4294967297");
     std::fclose(file);
     LoadValues(path_.c_str());
     RebuildEvaluation();

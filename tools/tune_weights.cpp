@@ -151,13 +151,15 @@ void PrintChanges(const FitReport& report) {
     int untouched = 0;
     for (size_t i = 0; i < report.weights.size(); ++i) {
         const FreeWeight& w = report.weights[i];
-        untouched += report.touched[i] == 0;
+        if (!report.touched.empty()) untouched += report.touched[i] == 0;
         if (*w.value == w.start) continue;
         const char* bound = *w.value == w.low || *w.value == w.high ? "  AT BOUND" : "";
         std::printf("%-40s %5d -> %5d  in %d positions%s\n", w.name.c_str(), w.start, *w.value, report.touched[i],
                     bound);
     }
-    std::printf("%zu weights, %d of them in no position\n", report.weights.size(), untouched);
+    std::printf("%zu weights", report.weights.size());
+    if (!report.touched.empty()) std::printf(", %d of them in no position", untouched);
+    std::printf("\n");
 }
 
 }  // namespace

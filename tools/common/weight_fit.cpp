@@ -237,7 +237,7 @@ std::vector<double> Descend(Descent& descent, const FitSettings& settings, const
     std::vector<double> best = descent.Values();
     double best_error = descent.Error(true), rate = FirstRate;
     for (int epoch = 0; epoch < settings.epochs && rate >= LastRate && !stopped();) {
-        for (int i = 0; i < BlockEpochs; ++i, ++epoch) descent.Epoch(rate);
+        for (int i = 0; i < BlockEpochs && epoch < settings.epochs; ++i, ++epoch) descent.Epoch(rate);
         const double error = descent.Error(true);
         const bool better = error < best_error - 1e-8;
         if (error < best_error) {
@@ -370,7 +370,6 @@ FitReport FitWeights(TrainingSet& set, const FitSettings& settings) {
         if (settings.log) settings.log(text);
     };
     report.weights = ListFreeWeights(settings, nullptr);
-    report.touched.assign(report.weights.size(), 0);
     BuildPieceSquareTable();
     RefreshSums(set);
 

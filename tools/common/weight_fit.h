@@ -52,7 +52,7 @@ struct FitReport {
     FitErrors before, after;       // by the evaluation itself with rounded weights
     double linearise_seconds = 0;  // of the longest
     std::vector<FreeWeight> weights;
-    std::vector<int> touched;  // [weight] positions with a slope
+    std::vector<int> touched;  // [weight] positions with a slope; empty before the first round
 };
 
 // The weights that settings select, with their present values as start. An unknown name in `only`
