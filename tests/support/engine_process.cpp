@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -36,7 +37,7 @@ std::string EngineBinary() {
     return path != nullptr ? path : CORVANTIS_BINARY;
 }
 
-EngineProcess::EngineProcess(const std::vector<File>& files) {
+EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_space) {
     signal(SIGPIPE, SIG_IGN);
     std::string pattern = (std::filesystem::temp_directory_path() / "corvantis-test-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) {
@@ -57,6 +58,8 @@ EngineProcess::EngineProcess(const std::vector<File>& files) {
         dup2(input[0], STDIN_FILENO);
         dup2(output[1], STDOUT_FILENO);
         signal(SIGPIPE, SIG_DFL);
+        const rlimit limit = {address_space, address_space};
+        if (address_space != 0 && setrlimit(RLIMIT_AS, &limit) != 0) _exit(126);
         if (chdir(directory_.c_str()) == 0) execl(binary.c_str(), binary.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
@@ -111,6 +114,15 @@ void EngineProcess::CloseOutput() {
 void EngineProcess::Signal(int number) {
     dialogue_.push_back("> (signal " + std::to_string(number) + ")");
     if (pid_ > 0 && !reaped_) kill(pid_, number);
+}
+
+void EngineProcess::LimitMemoryTo(size_t more_bytes) {
+    std::ifstream file("/proc/" + std::to_string(pid_) + "/statm");
+    size_t pages = 0;
+    file >> pages;
+    const size_t bytes = pages * size_t(sysconf(_SC_PAGESIZE)) + more_bytes;
+    const rlimit limit = {bytes, bytes};
+    if (pages == 0 || prlimit(pid_, RLIMIT_AS, &limit, nullptr) != 0) ADD_FAILURE() << "memory cannot be limited";
 }
 
 bool EngineProcess::Fill(Clock::time_point deadline) {

@@ -20,7 +20,8 @@ public:
     struct File {
         std::string name, contents;
     };
-    explicit EngineProcess(const std::vector<File>& files = {});
+    // With `address_space` the program gets no more memory than that, in bytes.
+    explicit EngineProcess(const std::vector<File>& files = {}, size_t address_space = 0);
     // Ends the program by force when it still runs, and removes the directory.
     ~EngineProcess();
     EngineProcess(const EngineProcess&) = delete;
@@ -34,6 +35,8 @@ public:
     // Closes our end of the program's output: its next write finds nobody reading.
     void CloseOutput();
     void Signal(int number);
+    // From now on the program gets no more memory than what it has and this.
+    void LimitMemoryTo(size_t more_bytes);
 
     // The next line of output, without its end. False at the deadline or the end of output,
     // without failing the test.

@@ -1,0 +1,128 @@
+// protocol_fault_test.cpp - what the program does when the machine lets it down: no memory, a stopped
+// process, files that go away.
+#include <gtest/gtest.h>
+
+#include <signal.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <thread>
+
+#include "tests/support/dialogue.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define CORVANTIS_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define CORVANTIS_SANITIZED 1
+#endif
+#endif
+
+namespace {
+
+constexpr size_t MegaByte = 1 << 20;
+constexpr const char* MemoryMessage = "An error occured while memory allocation!";
+
+double MillisecondsSince(std::chrono::steady_clock::time_point start) {
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+}
+
+}  // namespace
+
+#ifndef CORVANTIS_SANITIZED  // which needs far more address space than any of these limits
+
+// However much there is, the program either starts or says why not. Each of its tables is the one
+// that no longer fits somewhere in this range.
+TEST(MemoryIsShort, AtTheStart) {
+    int refused = 0, started = 0;
+    for (size_t megabytes = 20; megabytes <= 90; megabytes += 3) {
+        SCOPED_TRACE(std::to_string(megabytes) + " MB");
+        EngineProcess engine({}, megabytes * MegaByte);
+        engine.SendRaw("isready\nquit\n");
+        const std::vector<std::string> lines = engine.ReadToEnd();
+        const int status = engine.WaitForExit();
+        if (status == 127 || lines.empty()) continue;  // not even its libraries could be loaded
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.front(), "Corvantis v1.70 [r2089/21.07.2014]");
+        const bool said_so = std::find(lines.begin(), lines.end(), MemoryMessage) != lines.end();
+        EXPECT_EQ(status, said_so ? 1 : 0) << engine.Transcript();
+        EXPECT_EQ(lines.back(), said_so ? MemoryMessage : "readyok");
+        ++(said_so ? refused : started);
+    }
+    EXPECT_GT(refused, 2);
+    EXPECT_GT(started, 2);
+}
+
+TEST(MemoryIsShort, WhileResizingAMainTable) {
+    for (const char* option : {"Hash value 512", "PawnHash value 64"}) {
+        SCOPED_TRACE(option);
+        EngineProcess engine;
+        engine.Start();
+        engine.LimitMemoryTo(16 * MegaByte);
+        engine.Send(std::string("setoption name ") + option);
+        const std::vector<std::string> lines = engine.ReadToEnd();
+        ASSERT_FALSE(lines.empty());
+        EXPECT_EQ(lines.back(), MemoryMessage);
+        EXPECT_EQ(engine.WaitForExit(), 1);
+    }
+}
+
+// Tablebases are an extra: without memory for them play goes on.
+TEST(MemoryIsShort, ForTheTablebaseCache) {
+    EngineProcess engine({{"Corvantis.ini", std::string("EGTBPath = ") + CORVANTIS_TABLES + "\n"}});
+    engine.Start();
+    engine.LimitMemoryTo(8 * MegaByte);
+    // As much as the tables fill is enough for any cache, so this may fit; what counts is that it goes on.
+    engine.Send("setoption name NalimovCache value 512");
+    engine.Send("position fen 8/8/4k3/8/8/8/8/KQ6 w - - 0 1");
+    engine.Send("go depth 4");
+    engine.WaitForMatch("(bestmove|move) .*");
+    engine.Send("quit");
+    EXPECT_EQ(engine.WaitForExit(), 0);
+}
+
+#endif
+
+// A process that was stopped finds its time long used up when it goes on.
+TEST(StoppedProcess, MovesAtOnceWhenItGoesOn) {
+    for (const char* go : {"go movetime 300", "go wtime 3000 btime 3000"}) {
+        SCOPED_TRACE(go);
+        EngineProcess engine;
+        engine.Start();
+        engine.Send("uci");
+        engine.Send("position startpos");
+        engine.Send(go);
+        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        engine.Signal(SIGSTOP);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2500));
+        engine.Signal(SIGCONT);
+        const auto start = std::chrono::steady_clock::now();
+        engine.WaitForMatch("bestmove .*");
+        EXPECT_LT(MillisecondsSince(start), 400);
+        engine.Sync();
+        EXPECT_EQ(CountLines(engine, "< bestmove .*"), 1);
+    }
+}
+
+// Other programs may remove, empty or replace the files at any time.
+TEST(FilesGoAway, WhileTheyAreOpen) {
+    const auto vanish = [](const std::string& path) { std::filesystem::remove(path); };
+    const auto shrink = [](const std::string& path) { std::filesystem::resize_file(path, 0); };
+    for (void (*damage)(const std::string&) : {+vanish, +shrink}) {
+        EngineProcess engine(
+            {{"Corvantis.ini", "UseLearning = on\nUseLearningData = on\n"},
+             {"Book.cvt", std::string(24, 'x') + std::string("\1\0\0\0\0\0\0\0\1\0\0\0", 12) + std::string(20, '\0')}});
+        engine.Start();
+        for (const char* name : {"Book.cvt", "Learn.cv1", "Corvantis.ini"}) damage(engine.Directory() + "/" + name);
+        engine.Send("sd 9");
+        engine.Send("go");
+        engine.WaitForMatch("move .*");
+        engine.Send("result 1-0 {}");
+        engine.Send("new");
+        engine.Send("bkm");
+        engine.Sync();
+        engine.Send("quit");
+        EXPECT_EQ(engine.WaitForExit(), 0) << engine.Transcript();
+    }
+}
