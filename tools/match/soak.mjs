@@ -1,0 +1,458 @@
+#!/usr/bin/env node
+// Keeps an engine process busy without an end: games with random
+// clocks, options, takebacks, set-up positions, analysis, pondering, nonsense and interruptions. Every
+// answer is checked against the rules as chess.js knows them, memory and descriptors are watched, and
+// the time to "readyok" and from "stop" to "bestmove" is measured.
+import { Chess } from 'chess.js';
+import { spawn } from 'node:child_process';
+import { mkdtempSync, readFileSync, readdirSync, rmSync, copyFileSync, existsSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { dirname, join, resolve } from 'node:path';
+
+const USAGE = `node soak.mjs ENGINE [--protocol uci|xboard (uci)] [--minutes N (10)] [--seed N (1)] [--log]
+Of xboard the takebacks are not followed rightly yet: its faults may be this program's own.
+Ends with 1 after a fault, which is printed with the dialogue that led to it.`;
+
+const ANSWER_MS = 15000;       // a search with small limits must have ended by then
+const READY_MS = 100;          // promised for 99.9 % of all "isready" and "stop"
+const GROWTH_KB = 1024;        // of memory, allowed after the first minute
+const DIALOGUE_LINES = 120;    // kept for a report
+
+class Fault extends Error {}
+
+// mulberry32
+function randomNumbers(seed) {
+  let s = seed >>> 0;
+  const next = () => { s = (s + 0x6D2B79F5) | 0; let t = Math.imul(s ^ (s >>> 15), 1 | s); t = (t + Math.imul(t ^ (t >>> 7), 61 | t)) ^ t; return ((t ^ (t >>> 14)) >>> 0) / 4294967296; };
+  return {
+    below: (n) => Math.floor(next() * n),
+    between: (low, high) => low + Math.floor(next() * (high - low + 1)),
+    chance: (p) => next() < p,
+    of: (list) => list[Math.floor(next() * list.length)],
+  };
+}
+
+const sleep = (ms) => new Promise((done) => setTimeout(done, ms));
+const fields = (fen) => fen.split(' ').slice(0, 4).join(' ');
+
+// The process and its lines. Lines that nobody waits for stay in `unread`.
+class Process {
+  constructor(command, log) {
+    this.folder = mkdtempSync(join(tmpdir(), 'corvantis-soak-'));
+    for (const name of ['Book.cvt', 'values.txt']) {
+      const source = join(dirname(command), name);
+      if (existsSync(source)) copyFileSync(source, join(this.folder, name));
+    }
+    this.unread = [];
+    this.dialogue = [];
+    this.log = log;
+    this.child = spawn(command, [], { cwd: this.folder, stdio: ['pipe', 'pipe', 'inherit'] });
+    this.child.on('error', (e) => { this.dead = e.message; this.wake?.(); });
+    this.child.on('exit', (code, signal) => { this.dead = `exited with code ${code}, signal ${signal}`; this.wake?.(); });
+    this.child.stdin.on('error', () => {});
+    let rest = '';
+    this.child.stdout.on('data', (chunk) => {
+      const lines = (rest + chunk).split('\n');
+      rest = lines.pop();
+      const at = performance.now();
+      for (const line of lines) { this.note(`< ${line}`); this.unread.push({ line, at }); }
+      this.wake?.();
+    });
+  }
+
+  note(text) {
+    if (this.log) process.stderr.write(`${text}\n`);
+    this.dialogue.push(text);
+    if (this.dialogue.length > DIALOGUE_LINES) this.dialogue.shift();
+  }
+
+  send(...lines) {
+    for (const line of lines) this.note(`> ${line}`);
+    this.child.stdin.write(lines.map((line) => `${line}\n`).join(''));
+  }
+
+  /** The next line that passes the test; every line on the way is shown to look(). */
+  async line(test, what, look = () => {}, ms = ANSWER_MS) {
+    const end = performance.now() + ms;
+    for (;;) {
+      while (this.unread.length) {
+        const { line, at } = this.unread.shift();
+        this.arrived = at;  // of the line given out last: checking lines takes time of its own
+        look(line);
+        if (test(line)) return line;
+      }
+      if (this.dead) throw new Fault(`the engine ${this.dead}`);
+      const left = end - performance.now();
+      if (left <= 0) throw new Fault(`no ${what} within ${ms} ms`);
+      await new Promise((done) => {
+        const timer = setTimeout(done, left);
+        this.wake = () => { clearTimeout(timer); done(); };
+      });
+      this.wake = null;
+    }
+  }
+
+  memoryKb() { return Number(/VmRSS:\s+(\d+)/.exec(readFileSync(`/proc/${this.child.pid}/status`, 'utf8'))[1]); }
+  descriptors() { return readdirSync(`/proc/${this.child.pid}/fd`).length; }
+
+  async end() {
+    this.send('quit');
+    for (let i = 0; i < 100 && !this.dead; ++i) await sleep(20);
+    const clean = this.dead === 'exited with code 0, signal null';
+    if (!this.dead) this.child.kill('SIGKILL');
+    rmSync(this.folder, { recursive: true, force: true });
+    if (!clean) throw new Fault(`after "quit" the engine ${this.dead ?? 'went on'}`);
+  }
+}
+
+// ---- Positions ----------------------------------------------------------------------------------
+
+function randomGame(random, plies) {
+  const board = new Chess();
+  const moves = [];
+  for (let i = 0; i < plies && !board.isGameOver(); ++i) {
+    const move = random.of(board.moves({ verbose: true }));
+    board.move(move);
+    moves.push(move.lan);
+  }
+  return { board, moves };
+}
+
+// A few men on random squares; null when chess.js or common sense refuse it.
+function randomPosition(random) {
+  const board = new Chess();
+  board.clear();
+  const free = () => { for (;;) { const square = 'abcdefgh'[random.below(8)] + (1 + random.below(8)); if (!board.get(square)) return square; } };
+  board.put({ type: 'k', color: 'w' }, free());
+  board.put({ type: 'k', color: 'b' }, free());
+  for (let men = random.between(1, 14); men > 0; --men) {
+    const square = free();
+    const type = random.of(['q', 'r', 'b', 'n', 'p', 'p', 'p']);
+    if (type === 'p' && '18'.includes(square[1])) continue;
+    board.put({ type, color: random.of(['w', 'b']) }, square);
+  }
+  const fen = `${board.fen().split(' ')[0]} ${random.of(['w', 'b'])} - - 0 1`;
+  try {
+    const found = new Chess(fen);
+    const other = new Chess(fen.replace(/ (w|b) /, (_, c) => (c === 'w' ? ' b ' : ' w ')));
+    return other.inCheck() ? null : found;  // the side that has moved must not be in check
+  } catch { return null; }
+}
+
+const NONSENSE = ['', ' ', 'xyzzy', 'e2e5', 'e7e8q', 'position fen', 'position fen 8/8/8/8 w', 'go depth x', 'setoption name', 'setoption name Hash value',
+  'setoption name Nothing value 7', 'ponderhit', 'stop', 'debug on', 'debug off', '\t\r', 'a'.repeat(6000), '\u00e9\u00ff', 'registration later', '0000', '.', '?'];
+
+// ---- UCI ----------------------------------------------------------------------------------------
+
+class UciUser {
+  constructor(engine, random, count) { Object.assign(this, { engine, random, count }); }
+
+  async begin() {
+    this.engine.send('uci');
+    await this.engine.line((l) => l === 'uciok', 'uciok');
+    // Touches the whole table, so that later growth is a leak.
+    this.engine.send('position startpos', 'go movetime 3000');
+    await this.bestMove(new Chess());
+  }
+
+  async episode() {
+    const { random } = this;
+    if (random.chance(0.2)) this.setOptions();
+    if (random.chance(0.5)) { this.engine.send('ucinewgame'); await this.ready(); }
+    const kind = random.below(10);
+    if (kind < 4) await this.game();
+    else if (kind < 7) await this.interruption();
+    else if (kind < 9) await this.setUpPosition();
+    else await this.nonsense();
+    ++this.count.episodes;
+  }
+
+  setOptions() {
+    const { random, engine } = this;
+    engine.send(`setoption name MultiPV value ${random.of([1, 1, 1, 2, 5])}`, `setoption name OwnBook value ${random.chance(0.5)}`,
+      `setoption name Ponder value ${random.chance(0.5)}`);
+    if (random.chance(0.2)) engine.send('setoption name Clear Hash');
+  }
+
+  async ready() {
+    const sent = performance.now();
+    this.engine.send('isready');
+    await this.engine.line((l) => l === 'readyok', 'readyok', (l) => this.noBestMove(l));
+    this.count.ready.push(this.engine.arrived - sent);
+  }
+
+  noBestMove(line) { if (line.startsWith('bestmove')) throw new Fault('a "bestmove" that nobody asked for'); }
+
+  // The lines of a search up to its answer, every move in them legal. Plays nothing.
+  async bestMove(board) {
+    // Checked afterwards, and every text once: a slow reader would be taken for a slow engine.
+    const lines = new Set();
+    const line = await this.engine.line((l) => l.startsWith('bestmove'), 'bestmove', (l) => { const pv = /^info (?!string).*\bpv (.*)$/.exec(l); if (pv) lines.add(pv[1].trim()); });
+    for (const pv of lines) this.checkLine(pv, board);
+    const [, move, , reply] = line.split(/\s+/);
+    const after = new Chess(board.fen());
+    if (board.moves().length === 0) {
+      if (!['0000', '(none)'].includes(move)) throw new Fault(`the move ${move} in a finished game`);
+      return { move: null };
+    }
+    this.play(after, move, 'best move');
+    if (reply !== undefined) this.play(new Chess(after.fen()), reply, 'move to ponder on');
+    ++this.count.moves;
+    return { move, reply, after };
+  }
+
+  play(board, move, what) {
+    try { board.move({ from: move.slice(0, 2), to: move.slice(2, 4), promotion: move[4] }); }
+    catch { throw new Fault(`the ${what} ${move} is illegal in ${board.fen()}`); }
+  }
+
+  checkLine(moves, board) {
+    const copy = new Chess(board.fen());
+    for (const move of moves.split(/\s+/)) this.play(copy, move, 'move of a line');
+  }
+
+  goText() {
+    const { random } = this;
+    const clock = `wtime ${random.between(1, 3000)} btime ${random.between(1, 3000)}`;
+    return random.of([`movetime ${random.between(1, 60)}`, `nodes ${random.between(1, 30000)}`, `depth ${random.between(1, 7)}`, clock,
+      `${clock} winc ${random.below(50)} binc ${random.below(50)}`, `${clock} movestogo ${random.between(1, 40)}`, `mate ${random.between(1, 3)} movetime 40`]);
+  }
+
+  positionText(start, moves) {
+    return `position ${start ? `fen ${start}` : 'startpos'}${moves.length ? ` moves ${moves.join(' ')}` : ''}`;
+  }
+
+  async game() {
+    const { random, engine } = this;
+    let { board, moves } = randomGame(random, random.below(12));
+    for (let ply = random.between(4, 80); ply > 0 && !board.isGameOver(); --ply) {
+      engine.send(this.positionText(null, moves), `go ${this.goText()}`);
+      const { move, reply, after } = await this.bestMove(board);
+      moves.push(move);
+      board = after;
+      if (reply && random.chance(0.3)) {
+        const guess = new Chess(board.fen());
+        this.play(guess, reply, 'move to ponder on');
+        engine.send(this.positionText(null, [...moves, reply]), `go ponder wtime ${random.between(50, 1000)} btime ${random.between(50, 1000)}`);
+        await sleep(random.below(40));
+        const hit = random.chance(0.5);
+        engine.send(hit ? 'ponderhit' : 'stop');
+        const answer = await this.bestMove(guess);
+        if (hit && answer.move) { moves.push(reply, answer.move); board = answer.after; }
+      }
+      if (random.chance(0.05)) { moves = moves.slice(0, -2); board = new Chess(); for (const m of moves) this.play(board, m, 'earlier move'); }
+    }
+    ++this.count.games;
+  }
+
+  async interruption() {
+    const { random, engine } = this;
+    const { board, moves } = randomGame(random, random.below(60));
+    engine.send(this.positionText(null, moves), random.of(['go infinite', 'go ponder', 'go ponder wtime 100 btime 100', 'go depth 60']));
+    if (board.moves().length > 0) {
+      for (let i = random.below(4); i > 0; --i) {
+        await sleep(random.below(60));
+        const sent = performance.now();
+        engine.send('isready');
+        // A search of bounded depth may end meanwhile; its answer is looked at below.
+        const seen = [];
+        await engine.line((l) => l === 'readyok', 'readyok', (l) => seen.push(l));
+        this.count.ready.push(engine.arrived - sent);
+        engine.unread.unshift(...seen.filter((l) => l !== 'readyok').map((line) => ({ line, at: engine.arrived })));
+      }
+      if (random.chance(0.2)) engine.send(random.of(['debug on', 'debug off', 'xyzzy', '']));
+      await sleep(random.below(40));
+    }
+    const sent = performance.now();
+    engine.send('stop');
+    await this.bestMove(board);
+    this.count.stop.push(Math.max(0, engine.arrived - sent));
+    await this.ready();
+  }
+
+  async setUpPosition() {
+    const { random, engine } = this;
+    const board = randomPosition(random);
+    if (!board) return;
+    engine.send(this.positionText(board.fen(), []), `go ${this.goText()}`);
+    await this.bestMove(board);
+  }
+
+  async nonsense() {
+    for (let i = this.random.between(1, 6); i > 0; --i) this.engine.send(this.random.of(NONSENSE));
+    await this.ready();
+  }
+}
+
+// ---- xboard -------------------------------------------------------------------------------------
+
+class XboardUser {
+  constructor(engine, random, count) { Object.assign(this, { engine, random, count }); }
+
+  async begin() {
+    this.engine.send('xboard', 'easy', 'st 3', 'new', 'go');
+    await this.move(new Chess());
+  }
+
+  async episode() {
+    const { random } = this;
+    const kind = random.below(10);
+    if (kind < 6) await this.game();
+    else if (kind < 9) await this.analysis();
+    else await this.nonsense();
+    ++this.count.episodes;
+  }
+
+  // Waits until everything sent so far has been executed.
+  async settle(look) {
+    this.engine.send('force', 'isready');
+    await this.engine.line((l) => l === 'readyok', 'readyok', look);
+  }
+
+  async move(board) {
+    const over = /^(move |1-0|0-1|1\/2-1\/2|resign|tellics resign)/;
+    const line = await this.engine.line((l) => over.test(l), 'move');
+    if (!line.startsWith('move ')) return null;
+    const text = line.split(/\s+/)[1];
+    try { board.move({ from: text.slice(0, 2), to: text.slice(2, 4), promotion: text[4] }); }
+    catch { throw new Fault(`the move ${text} is illegal in ${board.fen()}`); }
+    ++this.count.moves;
+    return text;
+  }
+
+  setLimits() {
+    const { random, engine } = this;
+    engine.send(random.of(['level 40 0:05 0', 'level 0 0:02 0', 'level 0 0:01 0.02', 'level 5 0:01 0']));
+    if (random.chance(0.2)) engine.send(`sd ${random.between(1, 6)}`);
+    engine.send(random.of(['hard', 'easy']), random.of(['post', 'nopost']));
+  }
+
+  async game() {
+    const { random, engine } = this;
+    engine.send('new');
+    this.setLimits();
+    let board = new Chess();
+    if (random.chance(0.3)) {
+      const set = randomPosition(random);
+      if (set) { board = set; engine.send('force', `loadfen ${set.fen()}`); }
+    }
+    let clock = 200;
+    for (let ply = random.between(2, 60); ply > 0 && !board.isGameOver(); --ply) {
+      engine.send(`time ${clock}`, 'otim 200');
+      clock = Math.max(20, clock - 1);
+      if (random.chance(0.5) && board.moves().length > 0) {
+        const own = random.of(board.moves({ verbose: true }));
+        board.move(own);
+        engine.send(own.lan);
+        if (board.isGameOver()) break;
+        engine.send('go');
+      } else {
+        engine.send('go');
+      }
+      if (random.chance(0.2)) { await sleep(random.below(10)); engine.send('?'); }
+      if ((await this.move(board)) === null) break;
+      if (random.chance(0.1)) {
+        await this.settle();
+        engine.send('undo');
+        board.undo();
+      }
+      await this.settle();
+    }
+    if (random.chance(0.5)) engine.send(`result ${random.of(['1-0 {White mates}', '0-1 {Black resigns}', '1/2-1/2 {Draw}', '* {aborted}'])}`);
+    // After a mate the engine has set up a new game by itself.
+    if (!board.isGameOver()) await this.samePosition(board);
+    ++this.count.games;
+  }
+
+  // The console's list of legal moves must be that of the rules.
+  async samePosition(board) {
+    await this.settle();
+    this.engine.send('moves', 'isready');
+    let listed = null;
+    await this.engine.line((l) => l === 'readyok', 'readyok', (l) => { if (/^[a-h][1-8][a-h][1-8][qrbn]? \(/.test(l)) listed = [...l.matchAll(/([a-h][1-8][a-h][1-8][qrbn]?) \(/g)].map((m) => m[1]).sort(); });
+    const expected = board.moves({ verbose: true }).map((m) => m.lan).sort();
+    if ((listed ?? []).join() !== expected.join()) throw new Fault(`the legal moves of ${fields(board.fen())} are ${expected}, not ${listed}`);
+  }
+
+  async analysis() {
+    const { random, engine } = this;
+    engine.send('new', 'force');
+    const { board, moves } = randomGame(random, random.below(30));
+    engine.send(...moves, 'post', 'analyze');
+    for (let i = random.between(1, 6); i > 0; --i) {
+      await sleep(random.below(50));
+      const legal = board.moves({ verbose: true });
+      if (random.chance(0.4) && legal.length > 0) { const move = random.of(legal); board.move(move); engine.send(move.lan); }
+      else if (random.chance(0.3) && board.history().length > 0) { board.undo(); engine.send('undo'); }
+      else engine.send('.');
+    }
+    engine.send('exit');
+    await this.samePosition(board);
+  }
+
+  async nonsense() {
+    for (let i = this.random.between(1, 6); i > 0; --i) {
+      const line = this.random.of(NONSENSE);
+      if (!/^(position|setoption|go|debug)/.test(line)) this.engine.send(line);
+    }
+    await this.settle();
+  }
+}
+
+// ---- The run ------------------------------------------------------------------------------------
+
+const quantile = (list, q) => (list.length ? [...list].sort((a, b) => a - b)[Math.min(list.length - 1, Math.floor(q * list.length))] : 0);
+
+async function soak(User, name, options) {
+  const engine = new Process(options.engine, options.log);
+  const count = { episodes: 0, games: 0, moves: 0, ready: [], stop: [] };
+  const user = new User(engine, randomNumbers(options.seed), count);
+  const begun = performance.now();
+  const minutes = () => (performance.now() - begun) / 60000;
+  let settled = null;  // memory and descriptors after the first minute, or half of a shorter run
+  let most = 0;
+  try {
+    await user.begin();
+    while (minutes() < options.minutes) {
+      await user.episode();
+      const memory = engine.memoryKb();
+      const descriptors = engine.descriptors();
+      if (settled === null && minutes() >= Math.min(1, options.minutes / 2)) settled = { memory, descriptors };
+      if (settled === null) continue;
+      most = Math.max(most, memory - settled.memory);
+      if (descriptors !== settled.descriptors) throw new Fault(`${descriptors} descriptors instead of ${settled.descriptors}`);
+      if (most >= GROWTH_KB) throw new Fault(`memory has grown by ${most} KB`);
+    }
+    await engine.end();
+    for (const what of ['ready', 'stop'])
+      if (quantile(count[what], 0.999) > READY_MS) throw new Fault(`"${what}" took ${quantile(count[what], 0.999).toFixed(0)} ms`);
+  } catch (fault) {
+    if (!(fault instanceof Fault)) throw fault;
+    console.log(`${name}: FAULT: ${fault.message} (seed ${options.seed}, episode ${count.episodes + 1})\n${engine.dialogue.join('\n')}`);
+    engine.child.kill('SIGKILL');
+    rmSync(engine.folder, { recursive: true, force: true });
+    process.exitCode = 1;
+  }
+  const times = (list) => `${list.length} times, 99.9 % within ${quantile(list, 0.999).toFixed(1)} ms, longest ${quantile(list, 1).toFixed(1)} ms`;
+  console.log(`${name}: ${minutes().toFixed(1)} minutes, ${count.episodes} episodes, ${count.games} games, ${count.moves} moves checked; `
+    + `memory grew by ${most} KB, ${settled?.descriptors ?? '?'} descriptors`
+    + (count.ready.length ? `; isready ${times(count.ready)}; stop ${times(count.stop)}` : ''));
+}
+
+function readOptions(words) {
+  const options = { protocol: 'uci', minutes: 10, seed: 1, log: false };
+  for (let i = 0; i < words.length; ++i) {
+    if (words[i] === '--log') options.log = true;
+    else if (words[i] === '--minutes') options.minutes = Number(words[++i]);
+    else if (words[i] === '--protocol') options.protocol = words[++i];
+    else if (words[i] === '--seed') options.seed = Number(words[++i]);
+    else if (!words[i].startsWith('--') && !options.engine) options.engine = resolve(words[i]);
+    else throw new Error(words[i]);
+  }
+  if (!['uci', 'xboard'].includes(options.protocol) || !options.engine || !(options.minutes > 0) || !Number.isInteger(options.seed)) throw new Error('ENGINE is missing, or a number is none');
+  return options;
+}
+
+let options;
+try { options = readOptions(process.argv.slice(2)); } catch (e) { console.error(`${e.message}\n${USAGE}`); process.exit(2); }
+await soak(options.protocol === 'uci' ? UciUser : XboardUser, options.protocol, options);
