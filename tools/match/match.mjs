@@ -4,6 +4,7 @@
 import { Chess } from 'chess.js';
 import { readFileSync, appendFileSync } from 'node:fs';
 import { Engine, EngineError, afterMove } from './engine.mjs';
+import { seededRandom } from './random.mjs';
 import { Tally } from './stats.mjs';
 
 const USAGE = `node match.mjs --engine NAME=..,cmd=..[,proto=uci|xboard][,dir=..][,arg=..][,option.NAME=VALUE][,init=LINE][,nodes=N] (twice)
@@ -65,9 +66,8 @@ function openings(file, plies, seed) {
       list = texts.map((t) => line(t, plies)).filter((o) => o.moves.length >= Math.min(plies, 4) && !reached.has(o.position) && reached.add(o.position));
     }
   }
-  // A seeded shuffle (mulberry32), so that a match can be played again.
-  let s = seed >>> 0;
-  const random = () => { s = (s + 0x6D2B79F5) | 0; let t = Math.imul(s ^ (s >>> 15), 1 | s); t = (t + Math.imul(t ^ (t >>> 7), 61 | t)) ^ t; return ((t ^ (t >>> 14)) >>> 0) / 4294967296; };
+  // A seeded shuffle, so that a match can be played again.
+  const random = seededRandom(seed);
   for (let i = list.length - 1; i > 0; i--) { const j = Math.floor(random() * (i + 1)); [list[i], list[j]] = [list[j], list[i]]; }
   return list;
 }

@@ -8,6 +8,7 @@ import { spawn } from 'node:child_process';
 import { mkdtempSync, readFileSync, readdirSync, rmSync, copyFileSync, existsSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
+import { seededRandom } from './random.mjs';
 
 const USAGE = `node soak.mjs ENGINE [--protocol uci|xboard (uci)] [--minutes N (10)] [--seed N (1)] [--log]
 Of xboard the takebacks are not followed rightly yet: its faults may be this program's own.
@@ -20,10 +21,8 @@ const DIALOGUE_LINES = 120;    // kept for a report
 
 class Fault extends Error {}
 
-// mulberry32
 function randomNumbers(seed) {
-  let s = seed >>> 0;
-  const next = () => { s = (s + 0x6D2B79F5) | 0; let t = Math.imul(s ^ (s >>> 15), 1 | s); t = (t + Math.imul(t ^ (t >>> 7), 61 | t)) ^ t; return ((t ^ (t >>> 14)) >>> 0) / 4294967296; };
+  const next = seededRandom(seed);
   return {
     below: (n) => Math.floor(next() * n),
     between: (low, high) => low + Math.floor(next() * (high - low + 1)),
