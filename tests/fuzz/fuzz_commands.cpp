@@ -1,8 +1,10 @@
 // fuzz_commands.cpp - any bytes as input of the program: lines of both protocols and of the console,
 // at the prompt and during searches. Afterwards a playable board is whole.
 //
-// Searches end at their first look at the input that is not needed to read it. Lines that leave the
-// program, that search or count for long or that ask for large tables are left out.
+// Searches are short: a few nodes, then a look at the input now and then, up to the second that finds
+// none. Lines that leave the program, that search, count or compute for long or that ask for large
+// tables are left out.
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <string_view>
@@ -29,13 +31,16 @@
 
 namespace {
 
-int looks;  // at the input since the last line
+int looks, vain_looks;  // at the input since the last line
 int (*look_for_input)();
 
 int LimitedLook() {
-    constexpr int MostLooks = 40;
-    if (++looks > MostLooks) stop_flag = true;
-    return look_for_input();
+    constexpr int MostLooks = 12, MostVainLooks = 2, NodesToNextLook = 30;
+    const int waits = look_for_input();
+    if (!waits) ++vain_looks;
+    if (++looks > MostLooks || vain_looks >= MostVainLooks) stop_flag = true;
+    poll_countdown = std::min(poll_countdown, NodesToNextLook);
+    return waits;
 }
 
 bool Contains(std::string_view line, const char* word) { return line.find(word) != std::string_view::npos; }
@@ -46,7 +51,7 @@ bool LeftOut(std::string_view line) {
     for (char& c : lower) c = c == '\0' || c == '\t' || c == '\r' ? ' ' : char(std::tolower(uint8_t(c)));
     const Command* const command = FindCommand(lower.c_str());
     if (command != nullptr && command->keyword != nullptr)
-        for (const char* keyword : {"q", "reload", "perft", "demo"})
+        for (const char* keyword : {"q", "reload", "perft", "demo", "selftest", "tunenew"})
             if (std::strcmp(command->keyword, keyword) == 0) return true;
     if (Contains(lower, "quit") || Contains(lower, "exit")) return true;
     if (Contains(lower, "hash") || Contains(lower, "cache")) {
@@ -57,13 +62,18 @@ bool LeftOut(std::string_view line) {
     return Contains(lower, "path") && Contains(lower, "/");
 }
 
+// "go" with parameters forgets the limit that stands at the prompt; "go" alone searches without end.
+bool NeedsNodeLimit(std::string_view line) {
+    return line.starts_with("go ") && !Contains(line, "nodes") && line.find('\r') == std::string_view::npos;
+}
+
 std::string Script(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
     std::string script;
     for (size_t at = 0; at < text.size();) {
         const size_t end = std::min(text.find('\n', at), text.size());
         const std::string_view line = text.substr(at, end - at);
-        if (!LeftOut(line)) script.append(line).append("\n");
+        if (!LeftOut(line)) script.append(line).append(NeedsNodeLimit(line) ? " nodes 60\n" : "\n");
         at = end + 1;
     }
     // What may still wait for an answer gets one.
@@ -107,7 +117,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     StartAfresh();
     ReplaceInput(Script(data, size));
     for (;;) {
-        looks = 0;
+        looks = vain_looks = 0;
+        search_limits.MaxNodes = 60;
         if (NextLine()) execute_line();
         else if (!read_input()) break;
     }

@@ -10,9 +10,8 @@ import { tmpdir } from 'node:os';
 import { dirname, join, resolve } from 'node:path';
 import { seededRandom } from './random.mjs';
 
-const USAGE = `node soak.mjs ENGINE [--protocol uci|xboard (uci)] [--minutes N (10)] [--seed N (1)] [--log]
-Of xboard the takebacks are not followed rightly yet: its faults may be this program's own.
-Ends with 1 after a fault, which is printed with the dialogue that led to it.`;
+const USAGE = `node soak.mjs ENGINE [--protocol uci|xboard|both (both)] [--minutes N of each (10)] [--seed N (1)] [--log]
+Both are played one after the other. Ends with 1 after a fault, which is printed with the dialogue that led to it.`;
 
 const ANSWER_MS = 15000;       // a search with small limits must have ended by then
 const READY_MS = 100;          // promised for 99.9 % of all "isready" and "stop"
@@ -302,16 +301,19 @@ class XboardUser {
     ++this.count.episodes;
   }
 
+  // After a result line the engine has set up a new game by itself.
+  look(line) { if (/^(1-0|0-1|1\/2-1\/2) /.test(line)) this.over = true; }
+
   // Waits until everything sent so far has been executed.
-  async settle(look) {
+  async settle() {
     this.engine.send('force', 'isready');
-    await this.engine.line((l) => l === 'readyok', 'readyok', look);
+    await this.engine.line((l) => l === 'readyok', 'readyok', (l) => this.look(l));
   }
 
+  // The engine's move, made on the board too; null when the game had ended without one.
   async move(board) {
-    const over = /^(move |1-0|0-1|1\/2-1\/2|resign|tellics resign)/;
-    const line = await this.engine.line((l) => over.test(l), 'move');
-    if (!line.startsWith('move ')) return null;
+    const line = await this.engine.line((l) => l.startsWith('move ') || this.over, 'move', (l) => this.look(l));
+    if (this.over) return null;
     const text = line.split(/\s+/)[1];
     try { board.move({ from: text.slice(0, 2), to: text.slice(2, 4), promotion: text[4] }); }
     catch { throw new Fault(`the move ${text} is illegal in ${board.fen()}`); }
@@ -328,12 +330,13 @@ class XboardUser {
 
   async game() {
     const { random, engine } = this;
-    engine.send('new');
+    engine.send('new', 'force');
     this.setLimits();
     let board = new Chess();
+    this.over = false;
     if (random.chance(0.3)) {
       const set = randomPosition(random);
-      if (set) { board = set; engine.send('force', `loadfen ${set.fen()}`); }
+      if (set) { board = set; engine.send(`loadfen ${set.fen()}`); }
     }
     let clock = 200;
     for (let ply = random.between(2, 60); ply > 0 && !board.isGameOver(); --ply) {
@@ -350,16 +353,15 @@ class XboardUser {
       }
       if (random.chance(0.2)) { await sleep(random.below(10)); engine.send('?'); }
       if ((await this.move(board)) === null) break;
+      await this.settle();
+      if (this.over) break;
       if (random.chance(0.1)) {
-        await this.settle();
         engine.send('undo');
         board.undo();
       }
-      await this.settle();
     }
     if (random.chance(0.5)) engine.send(`result ${random.of(['1-0 {White mates}', '0-1 {Black resigns}', '1/2-1/2 {Draw}', '* {aborted}'])}`);
-    // After a mate the engine has set up a new game by itself.
-    if (!board.isGameOver()) await this.samePosition(board);
+    if (!this.over) await this.samePosition(board);
     ++this.count.games;
   }
 
@@ -439,7 +441,7 @@ async function soak(User, name, options) {
 }
 
 function readOptions(words) {
-  const options = { protocol: 'uci', minutes: 10, seed: 1, log: false };
+  const options = { protocol: 'both', minutes: 10, seed: 1, log: false };
   for (let i = 0; i < words.length; ++i) {
     if (words[i] === '--log') options.log = true;
     else if (words[i] === '--minutes') options.minutes = Number(words[++i]);
@@ -448,10 +450,11 @@ function readOptions(words) {
     else if (!words[i].startsWith('--') && !options.engine) options.engine = resolve(words[i]);
     else throw new Error(words[i]);
   }
-  if (!['uci', 'xboard'].includes(options.protocol) || !options.engine || !(options.minutes > 0) || !Number.isInteger(options.seed)) throw new Error('ENGINE is missing, or a number is none');
+  if (!['uci', 'xboard', 'both'].includes(options.protocol) || !options.engine || !(options.minutes > 0) || !Number.isInteger(options.seed)) throw new Error('ENGINE is missing, or a number is none');
   return options;
 }
 
 let options;
 try { options = readOptions(process.argv.slice(2)); } catch (e) { console.error(`${e.message}\n${USAGE}`); process.exit(2); }
-await soak(options.protocol === 'uci' ? UciUser : XboardUser, options.protocol, options);
+for (const [name, User] of [['uci', UciUser], ['xboard', XboardUser]])
+  if ([name, 'both'].includes(options.protocol)) await soak(User, name, options);
