@@ -3,7 +3,7 @@
 // The buffer is larger than any single reply (the longest repeats an input line of 64 KB),
 // so a front end normally sees a reply in one write.
 //
-// State: the buffer, the "nobody reads" mark, exit_hook.
+// State: the buffer, the "nobody reads" mark, the hooks.
 #include "board/console.h"
 
 #include <cerrno>
@@ -34,11 +34,17 @@ long WriteSome(const char* bytes, size_t count) {
     for (;;) {
         const ssize_t written = write(STDOUT_FILENO, bytes, count);
         if (written >= 0) return long(written);
-        if (errno == EINTR) continue;
+        if (errno == EINTR) {
+            if (give_up_writing != nullptr && give_up_writing()) return -1;
+            continue;
+        }
         if (errno != EAGAIN && errno != EWOULDBLOCK) return -1;
         // A front end may hand over a pipe that does not block; wait until it takes more.
         pollfd ready = {STDOUT_FILENO, POLLOUT, 0};
-        if (poll(&ready, 1, -1) < 0 && errno != EINTR) return -1;
+        if (poll(&ready, 1, -1) < 0) {
+            if (errno != EINTR || (give_up_writing != nullptr && give_up_writing())) return -1;
+            continue;
+        }
         if (ready.revents & (POLLERR | POLLNVAL)) return -1;
     }
 #endif
@@ -52,6 +58,7 @@ void DefaultExit(int exit_code) {
 }  // namespace
 
 void (*exit_hook)(int exit_code) = DefaultExit;
+bool (*give_up_writing)() = nullptr;
 
 void Print(const char* format, ...) {
     // Second round: after a flush the whole buffer is free. What is longer still is cut.

@@ -14,6 +14,10 @@ void Flush();
 // True once a write has failed because nobody reads any more.
 bool OutputBroken();
 
+// Asked when a signal arrives while the reader takes nothing more: true ends the attempt, as if
+// the reader had gone. Null, the default, goes on for ever.
+extern bool (*give_up_writing)();
+
 // Ends the program with this exit code. The driver sets it to its orderly shutdown; the
 // default ends the process at once. It does not return, except in tests and fuzzers that
 // install a hook of their own.

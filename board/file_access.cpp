@@ -9,16 +9,20 @@ static bool Seek(std::FILE* file, int64_t offset) {
     return offset >= 0 && offset <= std::numeric_limits<long>::max() && std::fseek(file, long(offset), SEEK_SET) == 0;
 }
 
-static std::FILE* Open(const char* name, const char* mode) {
+static std::FILE* OpenPlain(const char* name, const char* mode) {
     std::error_code error;
-    if (!std::filesystem::is_regular_file(name, error)) return nullptr;
-    std::FILE* const file = std::fopen(name, mode);
+    return std::filesystem::is_regular_file(name, error) ? std::fopen(name, mode) : nullptr;
+}
+
+static std::FILE* Open(const char* name, const char* mode) {
+    std::FILE* const file = OpenPlain(name, mode);
     if (file != nullptr) std::setvbuf(file, nullptr, _IONBF, 0);
     return file;
 }
 
 std::FILE* OpenForUpdate(const char* name) { return Open(name, "r+b"); }
 std::FILE* OpenForReading(const char* name) { return Open(name, "rb"); }
+std::FILE* OpenText(const char* name) { return OpenPlain(name, "rb"); }
 
 int64_t FileLength(std::FILE* file) { return std::fseek(file, 0, SEEK_END) == 0 ? std::ftell(file) : -1; }
 

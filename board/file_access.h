@@ -17,6 +17,7 @@
 // plain file. (To open a pipe would be to wait for somebody at its other end.)
 std::FILE* OpenForUpdate(const char* name);
 std::FILE* OpenForReading(const char* name);  // the same, for reading alone
+std::FILE* OpenText(const char* name);        // the same, for reading from its start to its end
 // The length in bytes, -1 when it cannot be told.
 int64_t FileLength(std::FILE* file);
 

@@ -5,14 +5,9 @@
 #include <cstdint>
 #include <cstdlib>
 
-#if defined(__linux__) && !defined(__SANITIZE_ADDRESS__)
+#if defined(__linux__) && !defined(CORVANTIS_SANITIZED)
 #define CORVANTIS_LARGE_PAGES 1
 #include <sys/mman.h>
-#endif
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#undef CORVANTIS_LARGE_PAGES
-#endif
 #endif
 
 #ifdef CORVANTIS_LARGE_PAGES

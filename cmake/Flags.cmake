@@ -21,6 +21,7 @@ if(CORVANTIS_SANITIZE OR CORVANTIS_FUZZ)
     set(sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_compile_options(corvantis_flags INTERFACE ${sanitizers})
     target_link_options(corvantis_flags INTERFACE ${sanitizers})
+    target_compile_definitions(corvantis_flags INTERFACE CORVANTIS_SANITIZED)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         # Seen by g++ 12 inside std::regex once the sanitizers have rewritten it.
         target_compile_options(corvantis_flags INTERFACE -Wno-maybe-uninitialized)

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #include "board/console.h"
+#include "board/file_access.h"
 #include "board/settings.h"
 #include "book/book.h"
 #include "driver/commands.h"
@@ -205,7 +206,7 @@ void ApplyLine() {
 }  // namespace
 
 void ReadConfiguration(const char* file_name) {
-    std::FILE* file = std::fopen(file_name, "r");
+    std::FILE* file = OpenText(file_name);
     if (file == nullptr) return;
     line_number = 0;
     while (ReadLine(file)) {

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "board/console.h"
+#include "board/file_access.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/perft.h"
@@ -81,7 +82,7 @@ void EvaluateEpd() {
     if (word_count < 2) return;
     std::string name = RestOfLine(1);
     name.erase(name.find_last_not_of(' ') + 1);
-    std::FILE* input = OpenRegularFile(name.c_str());
+    std::FILE* input = OpenText(name.c_str());
     if (input == nullptr) {
         Print("Error opening file %s...\n", name.c_str());
         return;

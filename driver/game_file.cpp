@@ -16,9 +16,9 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
-#include <filesystem>
 
 #include "board/console.h"
+#include "board/file_access.h"
 #include "board/notation.h"
 #include "board/position.h"
 
@@ -233,13 +233,8 @@ void CloseGameFile() {
     file = nullptr;
 }
 
-std::FILE* OpenRegularFile(const char* name) {
-    std::error_code error;
-    return std::filesystem::is_regular_file(name, error) ? std::fopen(name, "rb") : nullptr;
-}
-
 bool OpenGameFile(const char* name, bool (*interrupted)()) {
-    file = OpenRegularFile(name);
+    file = OpenText(name);
     if (file == nullptr) return false;
     ask_interrupted = interrupted;
     in_moves = event_read = was_interrupted = false;

@@ -17,10 +17,6 @@ struct GameTags {
 };
 constexpr int GameResultUnknown = 2;
 
-// Opens a file for reading; null when there is none, or when it is a folder, a pipe or the like,
-// which reads badly or for ever.
-std::FILE* OpenRegularFile(const char* name);
-
 // False when the file cannot be opened. `interrupted` is asked once a megabyte, however little of it
 // are moves; when it says yes, the file seems to end.
 bool OpenGameFile(const char* name, bool (*interrupted)());

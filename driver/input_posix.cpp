@@ -21,6 +21,8 @@ namespace {
 int wake_pipe[2] = {-1, -1};
 volatile std::sig_atomic_t interrupted, terminated;
 
+bool Terminated() { return terminated != 0; }
+
 void HandleSignal(int number) {
     const int saved = errno;
     if (number == SIGINT) interrupted = 1;
@@ -52,6 +54,9 @@ bool Wait(bool watch_input, int milliseconds) {
 }  // namespace
 
 void InitialisePlatform() {
+    // Started with its input or output closed, the program would take files of its own for them.
+    for (int missing = 0; missing <= STDERR_FILENO; ++missing)
+        if (fcntl(missing, F_GETFD) < 0 && open("/dev/null", O_RDWR) < 0) break;
     if (pipe(wake_pipe) == 0) {
         for (const int end : wake_pipe) {
             fcntl(end, F_SETFL, O_NONBLOCK);
@@ -59,6 +64,8 @@ void InitialisePlatform() {
         }
     }
     Install(SIGPIPE, SIG_IGN);
+    Install(SIGXFSZ, SIG_IGN);  // a file at its limit is a disk that is full
+    give_up_writing = Terminated;
     Install(SIGINT, isatty(STDIN_FILENO) ? HandleSignal : SIG_IGN);
     Install(SIGTERM, HandleSignal);
     Install(SIGHUP, HandleSignal);
@@ -95,7 +102,8 @@ void Pause(int milliseconds) {
 bool OutputReaderGone() {
     if (OutputBroken()) return true;
     pollfd output = {STDOUT_FILENO, 0, 0};
-    return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLNVAL)) != 0;
+    // A pipe without a reader is an error; a socket without one has been hung up.
+    return poll(&output, 1, 0) > 0 && (output.revents & (POLLERR | POLLHUP | POLLNVAL)) != 0;
 }
 
 #endif

@@ -110,11 +110,11 @@ void OtherLine() {
     if (*SkipSpaces(command_line) == '\0') return;
     const SearchPurpose purpose = running_search.purpose;
     if (command != nullptr && command->new_position) Abandon();
-    // xboard: the game is over, and a move would come too late.
-    else if (!UciMode && purpose == SearchPurpose::Game && IsFirstWord("result", command_line)) Abandon();
-    else if (purpose == SearchPurpose::Analysis || purpose == SearchPurpose::Demo) StopAndHold();
     // Once the prediction has come true the search is a normal one.
     else if (purpose == SearchPurpose::Ponder && PonderingNow) StopAndHold();
+    else if (purpose == SearchPurpose::Analysis || purpose == SearchPurpose::Demo) StopAndHold();
+    // xboard: the game is over, and a move would come too late.
+    else if (!UciMode && IsFirstWord("result", command_line)) Abandon();
     else Hold();
 }
 
@@ -176,8 +176,8 @@ void HandleLine() {
     }
 }
 
-// At the end of input nobody is left to end such a search.
-bool NobodyLeft() { return input_ended && EndsOnlyByInput(); }
+// At the end of input nobody is left to end an open search, or even to read the answer of any.
+bool NobodyLeft() { return input_ended && (EndsOnlyByInput() || OutputReaderGone()); }
 
 int InputForSearch() { return UnseenLineHeld() || input_available() || NobodyLeft(); }
 

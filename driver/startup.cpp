@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <new>
 
 #include "board/attacks.h"
 #include "board/console.h"
@@ -81,6 +82,8 @@ void InitialiseTables() {
 }
 
 void OutOfMemory() {
+    // What the orderly end may still ask for is not to be had either.
+    std::set_new_handler([] { std::_Exit(1); });
     PrintLine(MemoryMessage);
     terminate(1);
 }
@@ -141,6 +144,7 @@ void RunProgram() {
     SetDefaults();
     ResetLimits();
     exit_hook = terminate;
+    std::set_new_handler(OutOfMemory);
     InitialisePlatform();
     InstallSearchInput();
     PrintLine("Corvantis v1.70 [r2089/21.07.2014]");

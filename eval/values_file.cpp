@@ -10,9 +10,12 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include "board/console.h"
+#include "board/file_access.h"
 #include "board/types.h"
 #include "eval/parameters.h"
 
@@ -138,7 +141,7 @@ int16_t material_scale[2][3][3][3][3][9];
 void LoadValues(const char* file_name) {
     ResetMaterialCorrections();
     if (!file_name) return;
-    std::FILE* file = std::fopen(file_name, "r");
+    std::FILE* file = OpenText(file_name);
     if (!file) {
         Print("Error loading values.txt\n");
         return;
@@ -173,9 +176,10 @@ bool SaveValues(const char* file_name) {
         for (int i = 0; i < row.count; ++i) std::fprintf(file, "%d\n", row.target ? row.target[i] : 0);
     bool written = !std::ferror(file);
     written &= std::fclose(file) == 0;
-    if (written && std::rename(temporary.c_str(), file_name) != 0) {
-        std::remove(file_name);  // some systems do not rename onto a file
-        written = std::rename(temporary.c_str(), file_name) == 0;
+    if (written) {
+        std::error_code error;
+        std::filesystem::rename(temporary, file_name, error);
+        written = !error;
     }
     if (!written) std::remove(temporary.c_str());
     return written;

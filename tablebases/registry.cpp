@@ -21,6 +21,7 @@
 
 #include "board/console.h"
 #include "board/file_names.h"
+#include "board/settings.h"
 #include "tablebases/block_cache.h"
 #include "tablebases/drives.h"
 
@@ -250,7 +251,10 @@ TableFound FindTable(int white_code, int black_code, Colour side_to_move) {
 
 void SwitchOffTable(uint32_t number, uint64_t block) {
     RegisteredTable& table = *tables[number];
-    PrintRefusal(table.name, "block " + std::to_string(block) + " cannot be read or is damaged; the table is not used");
+    const std::string reason =
+        "block " + std::to_string(block) + " cannot be read or is damaged; the table is not used";
+    if (UciMode) Print("info string %s: %s\n", table.name.c_str(), reason.c_str());
+    else PrintRefusal(table.name, reason);
     Flush();
     CloseTableFile(&table.file);
     table.in_use = false;

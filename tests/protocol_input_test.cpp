@@ -166,69 +166,83 @@ TEST(Input, ManyWordsOnALine) {
 
 // --- end of input ---------------------------------------------------------------------------
 
-TEST(EndOfInput, IdleWithoutUsingTheProcessor) {
-    EngineProcess engine;
-    engine.Start();
-    engine.CloseInput();
-    Sleep(300);
+namespace {
+
+// At rest: alive without using the processor.
+void ExpectRest(EngineProcess& engine) {
+    Sleep(250);
     const double before = engine.CpuMilliseconds();
-    Sleep(1000);
-    EXPECT_LT(engine.CpuMilliseconds() - before, 50);
+    Sleep(400);
+    EXPECT_LT(engine.CpuMilliseconds() - before, 40);
     EXPECT_TRUE(engine.Running()) << "somebody may still read what it prints";
 }
 
-TEST(EndOfInput, EndsASearchThatOnlyInputCouldEnd) {
-    EngineProcess engine;
-    engine.Start();
-    engine.Send("uci");
-    engine.Send("position startpos");
-    engine.Send("go infinite");
-    engine.CloseInput();
-    engine.WaitForMatch("bestmove [a-h][12].*", 5000);
-    Sleep(200);
-    const double before = engine.CpuMilliseconds();
-    Sleep(1000);
-    EXPECT_LT(engine.CpuMilliseconds() - before, 50);
+}  // namespace
+
+// What is sent, the line that must come before the input is closed, and the one that must come still.
+struct EndCase {
+    const char* why;
+    const char* lines;
+    const char* before;
+    const char* answer;
+    EngineProcess::Channel channel = EngineProcess::Channel::Pipes;
+};
+
+TEST(EndOfInput, EndsWhatOnlyInputCouldEnd) {
+    const EndCase cases[] = {
+        {"the prompt", "isready\n", "readyok", nullptr},
+        {"the prompt, behind sockets", "isready\n", "readyok", nullptr, EngineProcess::Channel::Sockets},
+        {"half a line", "isready\nxyz", "readyok", nullptr},
+        {"an infinite search", "uci\ngo infinite\n", "info depth .*", "bestmove [a-h][12].*"},
+        {"a mate, found and not told", "uci\nposition fen 6k1/5ppp/8/8/8/8/8/R6K w - - 0 1\ngo infinite\n",
+         "info .* pv a1a8.*", "bestmove a1a8.*"},
+        {"pondering for a front end", "uci\ngo ponder wtime 1000 btime 1000\n", "info depth .*", "bestmove .*"},
+        {"pondering of its own", "st 1\ne2e4\n", "Hint: .*", nullptr},
+        {"analysis", "analyze\n", ".*e2e4.*", nullptr},
+        {"analysis of a mate", "loadfen R5k1/5ppp/8/8/8/8/8/7K b - - 0 1\nanalyze\nisready\n", "readyok", nullptr},
+        {"the editor", "isready\nedit\n#\nKe1\n", "readyok", nullptr},
+        {"a search of its own length", "uci\ngo movetime 600\n", "info depth .*", "bestmove .*"},
+        {"counting moves", "isready\nperft 5\n", "readyok", ".* 4865609.*"},
+    };
+    for (const EndCase& c : cases) {
+        SCOPED_TRACE(c.why);
+        EngineProcess engine({}, 0, c.channel);
+        engine.SendRaw(c.lines);
+        engine.WaitForMatch(c.before);
+        engine.CloseInput();
+        if (c.answer != nullptr) engine.WaitForMatch(c.answer, 10000);
+        ExpectRest(engine);
+        // With nobody to write to either, there is no reason to live on.
+        engine.CloseOutput();
+        EXPECT_EQ(engine.WaitForExit(3000), 0);
+    }
 }
 
-TEST(EndOfInput, OtherSearchesRunToTheirEnd) {
+TEST(EndOfInput, OtherSearchesRunToTheirEndUnlessNobodyReads) {
     EngineProcess engine;
-    engine.Start();
     engine.SendRaw("uci\nposition startpos\ngo movetime 600\n");
     engine.WaitForMatch("uciok");
     const auto start = std::chrono::steady_clock::now();
     engine.CloseInput();
     engine.WaitForMatch("bestmove .*");
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(400));
-}
 
-TEST(EndOfInput, ALastLineWithoutItsEndIsNotLost) {
-    EngineProcess engine;
-    engine.Start();
-    engine.SendRaw("isready\nquit");
-    engine.CloseInput();
-    engine.WaitForMatch("readyok");
-    // Either reading is sound: executed, it quits; dropped, the program waits. It must not spin.
-    Sleep(300);
-    if (engine.Running()) {
-        const double before = engine.CpuMilliseconds();
-        Sleep(500);
-        EXPECT_LT(engine.CpuMilliseconds() - before, 50);
+    for (const char* busy : {"go infinite", "analyze", "uci\ngo ponder wtime 1000 btime 1000", "go depth 99",
+                             "sd 60\ngo", "demo", "perft 12", "edit"}) {
+        SCOPED_TRACE(busy);
+        EngineProcess other;
+        other.Start();
+        other.Send(busy);
+        Sleep(100);
+        other.CloseOutput();
+        other.CloseInput();
+        EXPECT_EQ(other.WaitForExit(5000), 0);
     }
 }
 
-// With nobody to write to either, there is no reason to live on.
-TEST(EndOfInput, EndsWhenTheReaderIsGoneToo) {
-    for (const char* before : {"isready", "go infinite", "analyze", "go ponder wtime 1000 btime 1000"}) {
-        SCOPED_TRACE(before);
-        EngineProcess engine;
-        engine.Start();
-        engine.Send(before);
-        Sleep(200);
-        engine.CloseOutput();
-        engine.CloseInput();
-        EXPECT_EQ(engine.WaitForExit(5000), 0);
-    }
+// Descriptors that were closed before the program began are not mistaken for files of its own.
+TEST(EndOfInput, HasComeWhenThereWasNone) {
+    EXPECT_EQ(std::system(("exec timeout 5 " + EngineBinary() + " <&- >/dev/full").c_str()), 0);
 }
 
 TEST(ClosedOutput, IsNoReasonToDieWhileCommandsCome) {
@@ -265,7 +279,8 @@ TEST(Signals, InterruptIsIgnoredBehindAPipe) {
 
 TEST(Signals, TerminationIsOrderly) {
     for (const int number : {SIGTERM, SIGHUP}) {
-        for (const char* before : {"isready", "go infinite", "go movetime 60000", "analyze", "help"}) {
+        for (const char* before :
+             {"isready", "go infinite", "go movetime 60000", "analyze", "help", "edit", "demo", "perft 12"}) {
             SCOPED_TRACE(std::to_string(number) + " after " + before);
             EngineProcess engine;
             engine.Start();
@@ -286,4 +301,32 @@ TEST(Signals, QuitWithATerminationRightBehindIt) {
         engine.Signal(SIGTERM);
         EXPECT_EQ(engine.WaitForExit(3000), 0);
     }
+}
+
+TEST(Signals, TerminationReachesAProgramThatNobodyReads) {
+    EngineProcess engine;
+    engine.Start();
+    std::string flood;
+    for (int i = 0; i < 9000; ++i) flood += "isready\n";
+    engine.SendRaw(flood);  // the answers are more than a pipe holds
+    Sleep(200);
+    engine.Signal(SIGTERM);
+    EXPECT_EQ(engine.WaitForExit(3000, EngineProcess::Unread), 0);
+}
+
+// Ctrl-C ends what runs, and at the prompt the program.
+TEST(Signals, InterruptOfATerminal) {
+    EngineProcess engine({}, 0, EngineProcess::Channel::Terminal);
+    engine.Start();
+    for (const char* busy : {"st 60\ngo", "perft 12", "analyze"}) {
+        SCOPED_TRACE(busy);
+        engine.Send(busy);
+        Sleep(150);
+        engine.SendRaw("\x03");
+        engine.Sync(3000);
+        engine.Send("force");
+    }
+    engine.Sync();
+    engine.SendRaw("\x03");
+    EXPECT_EQ(engine.WaitForExit(3000), 0);
 }

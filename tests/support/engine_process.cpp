@@ -5,8 +5,11 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -30,6 +33,38 @@ int MillisecondsUntil(Clock::time_point deadline) {
     return int(std::clamp<long long>(left, 0, 1000000));
 }
 
+// Two ends each for what the program reads and writes: {its own, ours}.
+struct Ends {
+    int input[2] = {-1, -1}, output[2] = {-1, -1};
+};
+
+bool OpenTerminal(Ends* ends) {
+    const int ours = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
+    if (ours < 0 || grantpt(ours) != 0 || unlockpt(ours) != 0) return false;
+    const int program = open(ptsname(ours), O_RDWR | O_NOCTTY | O_CLOEXEC);
+    termios settings;
+    if (program < 0 || tcgetattr(program, &settings) != 0) return false;
+    settings.c_lflag &= tcflag_t(~ECHO);
+    settings.c_oflag &= tcflag_t(~OPOST);
+    if (tcsetattr(program, TCSANOW, &settings) != 0) return false;
+    *ends = {{program, ours}, {fcntl(program, F_DUPFD_CLOEXEC, 0), fcntl(ours, F_DUPFD_CLOEXEC, 0)}};
+    return true;
+}
+
+bool Open(EngineProcess::Channel channel, Ends* ends) {
+    switch (channel) {
+        case EngineProcess::Channel::Pipes:
+            if (pipe2(ends->input, O_CLOEXEC) != 0 || pipe2(ends->output, O_CLOEXEC) != 0) return false;
+            std::swap(ends->output[0], ends->output[1]);
+            return true;
+        case EngineProcess::Channel::Sockets:
+            return socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends->input) == 0
+                && socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends->output) == 0;
+        case EngineProcess::Channel::Terminal: return OpenTerminal(ends);
+    }
+    return false;
+}
+
 }  // namespace
 
 std::string EngineBinary() {
@@ -37,7 +72,7 @@ std::string EngineBinary() {
     return path != nullptr ? path : CORVANTIS_BINARY;
 }
 
-EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_space) {
+EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_space, Channel channel) {
     signal(SIGPIPE, SIG_IGN);
     std::string pattern = (std::filesystem::temp_directory_path() / "corvantis-test-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) {
@@ -47,26 +82,27 @@ EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_spac
     directory_ = pattern;
     for (const File& file : files) std::ofstream(directory_ + "/" + file.name, std::ios::binary) << file.contents;
 
-    int input[2], output[2];
-    if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) {
-        ADD_FAILURE() << "no pipes";
+    Ends ends;
+    if (!Open(channel, &ends)) {
+        ADD_FAILURE() << "no way to talk to the program";
         return;
     }
     const std::string binary = EngineBinary();
     pid_ = fork();
     if (pid_ == 0) {
-        dup2(input[0], STDIN_FILENO);
-        dup2(output[1], STDOUT_FILENO);
+        dup2(ends.input[0], STDIN_FILENO);
+        dup2(ends.output[0], STDOUT_FILENO);
+        if (channel == Channel::Terminal && (setsid() < 0 || ioctl(STDIN_FILENO, TIOCSCTTY, 0) != 0)) _exit(126);
         signal(SIGPIPE, SIG_DFL);
         const rlimit limit = {address_space, address_space};
         if (address_space != 0 && setrlimit(RLIMIT_AS, &limit) != 0) _exit(126);
         if (chdir(directory_.c_str()) == 0) execl(binary.c_str(), binary.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
-    close(input[0]);
-    close(output[1]);
-    to_engine_ = input[1];
-    from_engine_ = output[0];
+    close(ends.input[0]);
+    close(ends.output[0]);
+    to_engine_ = ends.input[1];
+    from_engine_ = ends.output[1];
 }
 
 EngineProcess::~EngineProcess() {
@@ -123,6 +159,11 @@ void EngineProcess::LimitMemoryTo(size_t more_bytes) {
     const size_t bytes = pages * size_t(sysconf(_SC_PAGESIZE)) + more_bytes;
     const rlimit limit = {bytes, bytes};
     if (pages == 0 || prlimit(pid_, RLIMIT_AS, &limit, nullptr) != 0) ADD_FAILURE() << "memory cannot be limited";
+}
+
+void EngineProcess::LimitFilesTo(size_t bytes) {
+    const rlimit limit = {bytes, bytes};
+    if (prlimit(pid_, RLIMIT_FSIZE, &limit, nullptr) != 0) ADD_FAILURE() << "files cannot be limited";
 }
 
 bool EngineProcess::Fill(Clock::time_point deadline) {
@@ -198,7 +239,7 @@ std::vector<std::string> EngineProcess::ReadToEnd(int timeout_ms) {
     return Collect(0);
 }
 
-int EngineProcess::WaitForExit(int timeout_ms) {
+int EngineProcess::WaitForExit(int timeout_ms, Output output) {
     const auto deadline = In(timeout_ms);
     while (!reaped_ && pid_ > 0) {
         int status = 0;
@@ -209,7 +250,7 @@ int EngineProcess::WaitForExit(int timeout_ms) {
         }
         if (MillisecondsUntil(deadline) == 0) return NotEnded;
         // Keep its output flowing: a program blocked on a full pipe would never end.
-        if (from_engine_ >= 0) Fill(In(5));
+        if (from_engine_ >= 0 && output == Taken) Fill(In(5));
         else std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return status_;

@@ -1,4 +1,4 @@
-// engine_process.h - the real program at the other end of two pipes.
+// engine_process.h - the real program at the other end of two pipes, or of what else front ends use.
 //
 // Each instance runs in a fresh empty directory, so no book, configuration or learned data is
 // found unless the test puts it there. Every wait has a deadline; when one passes, the test
@@ -20,8 +20,11 @@ public:
     struct File {
         std::string name, contents;
     };
+    // The terminal echoes nothing and changes no byte, but makes a signal of Ctrl-C.
+    enum class Channel { Pipes, Sockets, Terminal };
     // With `address_space` the program gets no more memory than that, in bytes.
-    explicit EngineProcess(const std::vector<File>& files = {}, size_t address_space = 0);
+    explicit EngineProcess(const std::vector<File>& files = {}, size_t address_space = 0,
+                           Channel channel = Channel::Pipes);
     // Ends the program by force when it still runs, and removes the directory.
     ~EngineProcess();
     EngineProcess(const EngineProcess&) = delete;
@@ -37,6 +40,8 @@ public:
     void Signal(int number);
     // From now on the program gets no more memory than what it has and this.
     void LimitMemoryTo(size_t more_bytes);
+    // From now on no file may grow beyond this.
+    void LimitFilesTo(size_t bytes);
 
     // The next line of output, without its end. False at the deadline or the end of output,
     // without failing the test.
@@ -56,8 +61,10 @@ public:
     // Everything up to the end of output; for programs that are about to end.
     std::vector<std::string> ReadToEnd(int timeout_ms = DefaultTimeout);
 
-    // Waits for the end: the exit code, -signal when a signal ended it, or NotEnded.
-    int WaitForExit(int timeout_ms = DefaultTimeout);
+    // Waits for the end: the exit code, -signal when a signal ended it, or NotEnded. What it prints
+    // meanwhile is taken, or left in the pipe.
+    enum Output { Taken, Unread };
+    int WaitForExit(int timeout_ms = DefaultTimeout, Output output = Taken);
     static constexpr int NotEnded = -1000;
     bool Running();
 
