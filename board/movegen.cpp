@@ -232,6 +232,7 @@ template <Colour us, bool scored, bool all_promotions> void Evasions() {
         while (targets) {
             const Square to = PopLowest(targets);
             if (IsAttacked(to, them)) continue;
+            // NOLINTNEXTLINE(clang-analyzer-core.NullDereference): p is the board
             const Move m = PackMove(king, to, KING, p.board[to]);
             if (p.board[to] != EMPTY) AppendCapture<scored>(m);
             else AppendQuietEvasion<us, scored>(m);

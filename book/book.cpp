@@ -166,7 +166,7 @@ bool ReadBookNode(BookNode& node) {
     if (!find_node(&list_at) || list_at < slot_bound * BookSlotBytes) return false;
     uint8_t list[1 + 4 * BookMaxMoves];
     const size_t bytes = ReadSome(file, list_at, list, sizeof list);
-    if (bytes == 0 || bytes < size_t(1 + list[0] * EntryBytes())) return false;
+    if (bytes == 0 || bytes < 1 + list[0] * size_t(EntryBytes())) return false;
     node.count = list[0];
     node.entries_offset = list_at + 1;
     for (int i = 0; i < node.count; ++i) {

@@ -88,7 +88,7 @@ std::string BookFileBytes(const BookNodes& nodes) {
 
 bool ReadBookFile(const std::string& bytes, BookNodes& nodes, std::string& error) {
     nodes.clear();
-    if (bytes.size() < size_t(BookSlotBytes * BookFirstSlot) || bytes.compare(0, BookMagicBytes, BookMagic) != 0) {
+    if (bytes.size() < size_t{BookSlotBytes} * BookFirstSlot || bytes.compare(0, BookMagicBytes, BookMagic) != 0) {
         error = "no opening book";
         return false;
     }

@@ -105,16 +105,20 @@ void OpponentMove() {
     }
 }
 
+// Nobody waits for the result. (Once a prediction has come true, somebody does.)
+bool GivesWay() {
+    const SearchPurpose purpose = running_search.purpose;
+    return purpose == SearchPurpose::Analysis || purpose == SearchPurpose::Demo
+        || (purpose == SearchPurpose::Ponder && PonderingNow);
+}
+
 void OtherLine() {
     const Command* command = FindCommand(command_line);
     if (*SkipSpaces(command_line) == '\0') return;
-    const SearchPurpose purpose = running_search.purpose;
-    if (command != nullptr && command->new_position) Abandon();
-    // Once the prediction has come true the search is a normal one.
-    else if (purpose == SearchPurpose::Ponder && PonderingNow) StopAndHold();
-    else if (purpose == SearchPurpose::Analysis || purpose == SearchPurpose::Demo) StopAndHold();
-    // xboard: the game is over, and a move would come too late.
-    else if (!UciMode && IsFirstWord("result", command_line)) Abandon();
+    // After a result of xboard a move would come too late.
+    const bool replaced = command != nullptr && command->new_position;
+    if (replaced || (!UciMode && IsFirstWord("result", command_line))) Abandon();
+    else if (GivesWay()) StopAndHold();
     else Hold();
 }
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
 
@@ -97,6 +98,6 @@ int64_t ParseDecimal(const char* text, int64_t scale, int64_t low, int64_t high)
         for (++text; IsDigit(*text); ++text) value += (*text - '0') * (place /= 10);
     }
     const double scaled = std::min(value * double(scale), bound);
-    const int64_t rounded = int64_t(scaled + 0.5);
+    const int64_t rounded = std::llround(scaled);
     return std::clamp(negative ? -rounded : rounded, low, high);
 }

@@ -78,7 +78,7 @@ int TracedScore() {
         }
         score += BlackView(TracePart::RookAgainstMinors, 0) + BlackView(TracePart::PawnRace, 0);
 
-        int common[2], own[2][2];
+        int common[2] = {}, own[2][2] = {};
         for (int phase = 0; phase < 2; ++phase) {
             common[phase] = score + BlackView(TracePart::NamedSquares, phase)
                 + BlackView(TracePart::ChainedPawns, phase) + BlackView(TracePart::WinningChances, phase);

@@ -19,12 +19,15 @@
 #include "board/types.h"
 #include "eval/parameters.h"
 
+// How many numbers a field is.
+template <class Field> static constexpr int Numbers(const Field&) { return int(sizeof(Field) / sizeof(int)); }
+
 // A term's row of one phase.
 #define HALF(phase, term) \
     { #term, phase, &term_weights[phase][term], term##Last - term + 1 }
 #define BOTH(term) HALF(0, term), HALF(1, term)
 #define FIELD(field) \
-    { #field, -1, reinterpret_cast < int*>(&(field)), int(sizeof(field) / sizeof(int)) }
+    { #field, -1, reinterpret_cast < int*>(&(field)), Numbers(field) }
 const ValueRow value_rows[ValueRowCount] = {
     FIELD(weights.imbalance),
     FIELD(tuned.EndingThreshold),

@@ -80,7 +80,7 @@ bool ReadDictionary(const uint8_t* bytes, size_t size, int literals, int symbols
     std::vector<Dictionary::Place> places;
     const int text = PlaceSymbols(literals, left, right, &places);
     if (text < 0) return false;
-    dictionary->text.assign(size_t(text + CopyStep), 0);
+    dictionary->text.assign(size_t(text) + CopyStep, 0);
     uint8_t* const t = dictionary->text.data();
     for (int s = 0; s < symbols; ++s) {
         if (s < literals) {
