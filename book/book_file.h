@@ -26,7 +26,6 @@ struct BookEntry {
 
     int Games2() const { return ours + theirs; }  // twice the number of games
     // Points in thousandths, 500 without games.
-    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): a node has its entries
     int Score() const { return Games2() == 0 ? 500 : ours * 1000 / Games2(); }
 };
 

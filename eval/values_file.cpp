@@ -20,7 +20,10 @@
 #include "eval/parameters.h"
 
 // How many numbers a field is.
-template <class Field> static constexpr int Numbers(const Field&) { return int(sizeof(Field) / sizeof(int)); }
+template <class Field> static constexpr int Numbers(const Field&) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): a field may be one number
+    return int(sizeof(Field) / sizeof(int));
+}
 
 // A term's row of one phase.
 #define HALF(phase, term) \
