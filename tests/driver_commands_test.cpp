@@ -1,8 +1,7 @@
-// driver_commands_test.cpp - which command a line selects, and what "level" makes of its words.
+// driver_commands_test.cpp - which command a line selects, and what the short commands set.
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <set>
 #include <sstream>
 #include <string>
 
@@ -13,64 +12,9 @@
 #include "driver/words.h"
 #include "search/limits.h"
 #include "tests/support/engine_environment.h"
+#include "tools/common/text.h"
 
 namespace {
-
-struct Abbreviations {
-    const char* keyword;
-    const char* lines;  // every beginning of any keyword that selects this one
-};
-
-// What users and front ends have come to type; an added or moved row must not change it.
-const Abbreviations command_matrix[] = {
-    {"pgneval", "p pg pgn pgne pgnev pgneva pgneval"},
-    {"q", "q"},
-    {"clean", "c cl cle clea clean"},
-    {"reload", "r re rel relo reloa reload"},
-    {"help", "h he hel help"},
-    {"new", "n ne new"},
-    {"post", "po pos post"},
-    {"reset", "res rese reset"},
-    {"level", "l le lev leve level"},
-    {"moves", "m mo mov move moves"},
-    {"edit", "e ed edi edit"},
-    {"loadfen", "lo loa load loadf loadfe loadfen"},
-    {"epdevl", "ep epd epde epdev epdevl"},
-    {"selftest", "s se sel self selft selfte selftes selftest"},
-    {"tunenew", "t tu tun tune tunen tunene tunenew"},
-    {"nopost", "no nop nopo nopos nopost"},
-    {"perft", "pe per perf perft"},
-    {"sd", "sd"},
-    {"st", "st sto"},
-    {"go", "g go"},
-    {"ponderhit", "pon pond ponde ponder ponderh ponderhi ponderhit"},
-    {"white", "w wh whi whit white"},
-    {"stop", "stop"},
-    {"remove", "rem remo remov remove"},
-    {"analyze", "a an ana anal analy analyz analyze"},
-    {"black", "b bl bla blac black"},
-    {"force", "f fo for forc force"},
-    {"brd", "br brd"},
-    {"time", "ti tim time"},
-    {"otime", "o ot oti otime"},
-    {"otim", "otim"},
-    {"easy", "ea eas easy"},
-    {"hard", "ha har hard"},
-    {"evl", "ev evl"},
-    {"undo", "u un und undo"},
-    {"fritz", "fr fri frit fritz"},
-    {"xboard", "x xb xbo xboa xboar xboard"},
-    {"mvd", "mv mvd"},
-    {"demo", "d de dem demo"},
-    {"bkm", "bk bkm"},
-    {"uci", "uc uci ucin ucine ucinew ucinewg ucinewga ucinewgam"},
-    {"ucinewgame", "ucinewgame"},
-    {"setoption", "set seto setop setopt setopti setoptio setoption"},
-    {"isready", "i is isr isre isrea isread isready"},
-    {"egtbstat", "eg egt egtb egtbs egtbst egtbsta egtbstat"},
-    {"position", "posi posit positi positio position"},
-    {"debug", "deb debu debug"},
-};
 
 std::string Selected(const std::string& line) {
     const Command* const command = FindCommand(line.c_str());
@@ -78,69 +22,49 @@ std::string Selected(const std::string& line) {
     return command->keyword != nullptr ? command->keyword : "move";
 }
 
+// What users and front ends have come to type; an added or moved row must not change it. The letters
+// up to the point, and all longer beginnings, select the keyword.
 TEST(Commands, EveryBeginningOfEveryKeyword) {
-    std::set<std::string> listed;
-    for (const Abbreviations& row : command_matrix) {
-        std::istringstream lines(row.lines);
-        for (std::string line; lines >> line;) {
-            EXPECT_EQ(Selected(line), row.keyword) << line;
-            EXPECT_EQ(Selected("  " + line + " "), row.keyword) << line << " between blanks";
-            listed.insert(line);
+    std::istringstream rows(
+        "p.gneval q. c.lean r.eload h.elp n.ew po.st res.et l.evel m.oves e.dit lo.adfen ep.devl s.elftest t.unenew "
+        "no.post pe.rft sd. st. g.o pon.derhit w.hite stop. rem.ove a.nalyze b.lack f.orce br.d ti.me otim. ea.sy "
+        "ha.rd ev.l u.ndo fr.itz x.board mv.d d.emo bk.m uc.i ucinewgame. set.option i.sready eg.tbstat posi.tion "
+        "deb.ug");
+    for (std::string row; rows >> row;) {
+        const size_t shortest = row.find('.');
+        const std::string keyword = row.substr(0, shortest) + row.substr(shortest + 1);
+        for (size_t length = 1; length <= keyword.size(); ++length) {
+            const std::string line = keyword.substr(0, length);
+            EXPECT_EQ(Selected(line) == keyword, length >= shortest) << line << " selects " << Selected(line);
+            EXPECT_EQ(Selected("  " + line + " "), Selected(line)) << line << " between blanks";
         }
     }
-    for (const Abbreviations& row : command_matrix)
-        for (size_t length = 1; length <= std::strlen(row.keyword); ++length)
-            EXPECT_TRUE(listed.count(std::string(row.keyword, length))) << row.keyword << ' ' << length;
 }
 
-struct LineCase {
-    const char* why;
-    const char* line;
-    const char* selected;
-};
-
 TEST(Commands, WholeLines) {
-    const LineCase cases[] = {
-        {"capitals do not matter", "QUIT", "q"},
-        {"anything that begins with q ends the program", "quitx", "q"},
-        {"an argument follows", "st 10", "st"},
-        {"the keyword ends where the line goes on", "stopwatch", "st"},
-        {"written out with an argument", "stop now", "stop"},
-        {"written out with an argument", "ucinewgame 1", "ucinewgame"},
-        {"front ends spell it short", "otim 1000", "otim"},
-        {"long form", "otime 1000", "otime"},
-        {"a move", "e2e4", "move"},
-        {"a move with a promotion", "A7A8q", "move"},
-        {"a move behind blanks", "  g1f3", "move"},
-        {"begins like no keyword, though \"b\" is one", "b1c3", "move"},
-        {"an empty line", "", "nothing"},
-        {"only blanks", "    ", "nothing"},
-        {"XBoard's greeting", "protover 2", "nothing"},
-        {"XBoard asks for randomness", "random", "nothing"},
-        {"the opponent is a program", "computer", "nothing"},
-        {"the opponent's name", "name Somebody", "nothing"},
-        {"a result", "result 1-0 {White mates}", "nothing"},
-        {"a draw offer", "draw", "nothing"},
-        {"a hint wanted", "hint", "nothing"},
-        {"version 2 only", "setboard 8/8/8/8/8/8/8/8 w - -", "nothing"},
-        {"version 2 only", "usermove e2e4", "nothing"},
-        {"version 2 only", "ping 3", "nothing"},
-        {"features", "accepted usermove", "nothing"},
-        {"a variant", "variant crazyhouse", "nothing"},
-        {"UCI registration", "register later", "nothing"},
-        {"analysis mode only", "exit", "nothing"},
-        {"during a search only", "?", "nothing"},
-        {"during a search only", ".", "nothing"},
+    const struct {
+        const char *selected, *lines;
+    } cases[] = {
+        {"q", "QUIT|quitx"},
+        {"st", "st 10|sto|stopwatch"},
+        {"stop", "stop now"},
+        {"uci", "ucin|ucinewgam"},
+        {"ucinewgame", "ucinewgame 1"},
+        {"otime", "o|ot|oti|otime|otime 1000"},
+        {"otim", "otim 1000"},
+        {"move", "e2e4|A7A8q|  g1f3|b1c3"},
+        {"nothing", "|    |protover 2|random|computer|name Somebody|result 1-0 {White mates}|draw|hint|variant x"},
+        {"nothing", "setboard 8/8/8/8/8/8/8/8 w - -|usermove e2e4|ping 3|accepted usermove|register later|exit|?|."},
     };
-    for (const LineCase& c : cases) EXPECT_EQ(Selected(c.line), c.selected) << c.why << ": " << c.line;
+    for (const auto& c : cases)
+        for (const std::string& line : Split(c.lines, '|')) EXPECT_EQ(Selected(line), c.selected) << line;
 }
 
 TEST(SearchInput, WhatALineMeansDuringASearch) {
-    struct Case {
+    const struct {
         SearchInput meaning;
-        const char* lines;  // separated by '|'
-    };
-    const Case cases[] = {
+        const char* lines;
+    } cases[] = {
         {SearchInput::Stop, "?|?x|stop|s|st|sto|STOP|stop now"},
         {SearchInput::Status, ".|. "},
         {SearchInput::Undo, "undo|u"},
@@ -161,15 +85,9 @@ TEST(SearchInput, WhatALineMeansDuringASearch) {
         {SearchInput::Other,
          "position startpos|setoption name Hash value 1|st 10|go|result *|remove|draw|#||   |e2|ping 1"},
     };
-    for (const Case& c : cases) {
-        std::string lines = c.lines;
-        for (size_t at = 0; at <= lines.size();) {
-            const size_t end = std::min(lines.find('|', at), lines.size());
-            const std::string line = lines.substr(at, end - at);
+    for (const auto& c : cases)
+        for (const std::string& line : Split(c.lines, '|'))
             EXPECT_EQ(int(ClassifySearchInput(line.c_str())), int(c.meaning)) << '"' << line << '"';
-            at = end + 1;
-        }
-    }
 }
 
 class CommandEffects : public ::testing::Test {
@@ -187,12 +105,10 @@ protected:
 };
 
 TEST_F(CommandEffects, Level) {
-    struct Case {
-        const char* why;
-        const char* line;
+    const struct {
+        const char *why, *line;
         int moves, base, increment;  // centiseconds
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"minutes and seconds", "level 40 5:30 0", 40, 33000, 0},
         {"whole minutes, increment", "level 0 2 12", 0, 12000, 1200},
         {"XBoard's fast games", "level 0 0:02 0.1", 0, 200, 10},
@@ -205,7 +121,7 @@ TEST_F(CommandEffects, Level) {
         {"nothing", "level", 0, 1000, 0},
         {"no library reader's extras", "level 0 1e3 0x10", 0, 6000, 0},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         ResetLimits();
         Execute(c.line);
@@ -221,68 +137,49 @@ TEST_F(CommandEffects, Level) {
     EXPECT_GT(search_limits.OwnIncrement, 0);
 }
 
-TEST_F(CommandEffects, LevelEndsAFixedTimePerMove) {
-    Execute("st 7");
-    EXPECT_EQ(search_limits.MoveTime, 700);
-    Execute("level 40 5 0");
-    EXPECT_EQ(search_limits.MoveTime, 0);
-}
-
-TEST_F(CommandEffects, MissingArgumentsChangeNothing) {
-    Execute("sd 7");
-    Execute("st 3");
-    Execute("time 500");
-    for (const char* line :
-         {"sd", "st", "time", "otim", "perft", "setoption", "setoption name Hash", "position", "debug"})
-        Execute(line);
-    EXPECT_EQ(search_limits.MaxDepth, 7);
-    EXPECT_EQ(search_limits.MoveTime, 300);
-    EXPECT_EQ(search_limits.OwnTime, 500);
-}
-
-// A clock below zero must not read as "no clock", which would search for ever.
-TEST_F(CommandEffects, ClocksAreNeverBelowZero) {
-    for (const char* line : {"time -1", "time -100", "time x"}) {
-        Execute("time 77");
-        Execute(line);
-        EXPECT_EQ(search_limits.OwnTime, 0) << line;
+TEST_F(CommandEffects, NumbersAreSetAndLimited) {
+    const struct {
+        const char *lines, *why;
+        const int* setting;
+        int value;
+    } cases[] = {
+        {"st 7", "hundredths", &search_limits.MoveTime, 700},
+        {"st 7|level 40 5 0", "the end of a fixed time per move", &search_limits.MoveTime, 0},
+        {"sd 7|sd", "no argument", &search_limits.MaxDepth, 7},
+        {"sd 4|new", "a limit of the last game", &search_limits.MaxDepth, NoDepthLimit},
+        {"st 3|st", "no argument", &search_limits.MoveTime, 300},
+        {"time 500|time", "no argument", &search_limits.OwnTime, 500},
+        {"otim 500|otim", "no argument", &search_limits.OppTime, 500},
+        // A clock below zero must not read as "no clock", which would search for ever.
+        {"time 77|time -1", "no clock below zero", &search_limits.OwnTime, 0},
+        {"time 77|time x", "no number", &search_limits.OwnTime, 0},
+        {"hard|easy", "", &PonderSwitch, 0},
+        {"easy|hard", "", &PonderSwitch, 1},
+        {"setoption name MultiPV value 0", "too low", &MultiPV, 1},
+        {"setoption name multipv value 99999", "too high", &MultiPV, 1024},
+        {"setoption name Aggressivity value 151", "", &Aggressivity, 151},
+        {"setoption name Aggressivity value 151", "follows from it", &AggressivityHalf, 75},
+        {"setoption name OwnBook value false", "", &OwnBook, 0},
+        {"setoption name OwnBook value false|setoption name OwnBook value perhaps", "no flag", &OwnBook, 0},
+        {"setoption name OwnBook value false|setoption name OwnBook value true", "", &OwnBook, 1},
+    };
+    for (const auto& c : cases) {
+        ResetEngine();
+        for (const std::string& line : Split(c.lines, '|')) Execute(line.c_str());
+        EXPECT_EQ(*c.setting, c.value) << c.lines << ": " << c.why;
     }
-}
-
-TEST_F(CommandEffects, NewEndsTheDepthLimit) {
-    Execute("sd 4");
-    Execute("new");
-    EXPECT_EQ(search_limits.MaxDepth, NoDepthLimit);
-}
-
-TEST_F(CommandEffects, EasyAndHard) {
-    Execute("easy");
-    EXPECT_EQ(PonderSwitch, 0);
-    Execute("hard");
-    EXPECT_EQ(PonderSwitch, 1);
     Pondering = 0;  // forbidden by the configuration file
     Execute("easy");
     Execute("hard");
     EXPECT_EQ(PonderSwitch, 0);
 }
 
-TEST_F(CommandEffects, OptionsAreClampedToWhatIsAdvertised) {
-    Execute("setoption name MultiPV value 0");
-    EXPECT_EQ(MultiPV, 1);
-    Execute("setoption name multipv value 99999");
-    EXPECT_EQ(MultiPV, 1024);
-    Execute("setoption name Aggressivity value 150");
-    EXPECT_EQ(Aggressivity, 150);
-    EXPECT_EQ(AggressivityHalf, 75);
-    Execute("setoption name OwnBook value false");
-    EXPECT_EQ(OwnBook, 0);
-    Execute("setoption name OwnBook value perhaps");
-    EXPECT_EQ(OwnBook, 0);
-    Execute("setoption name OwnBook value true");
-    EXPECT_EQ(OwnBook, 1);
+TEST_F(CommandEffects, TableSizes) {
     Execute("setoption name Hash value -1");
     EXPECT_EQ(TranspositionSize, 0u);
     Execute("setoption name Hash value 64");
+    EXPECT_EQ(TranspositionSize, 3355443u);
+    Execute("setoption name Hash");
     EXPECT_EQ(TranspositionSize, 3355443u);
     Execute("setoption name Hash value 10");
     Execute("setoption name PawnHash value 6");

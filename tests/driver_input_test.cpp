@@ -29,38 +29,43 @@ protected:
         close(saved_);
         if (write_end_ >= 0) close(write_end_);
     }
+    using List = std::vector<std::string>;
     // Writes a piece, reads what is there, and returns the lines that are complete by then.
-    std::vector<std::string> Arrive(const std::string& bytes) {
-        std::vector<std::string> lines;
-        size_t done = 0;
-        while (done < bytes.size()) {
+    List Arrive(const std::string& bytes) {
+        List lines;
+        for (size_t done = 0; done < bytes.size(); done += 3000) {
             const size_t piece = std::min<size_t>(bytes.size() - done, 3000);
             EXPECT_EQ(write(write_end_, bytes.data() + done, piece), ssize_t(piece));
-            done += piece;
-            while (input_available() && !LineBuffered()) EXPECT_TRUE(read_input());
-            while (CutLine()) {
-                lines.push_back(command_line);
-                while (!LineBuffered() && input_available()) EXPECT_TRUE(read_input());
-            }
+            do {
+                while (input_available() && !LineBuffered()) EXPECT_TRUE(read_input());
+                if (CutLine()) lines.push_back(command_line);
+            } while (LineBuffered() || input_available());
         }
         return lines;
     }
-    using List = std::vector<std::string>;
+    static List Waiting() {
+        List lines;
+        while (NextLine()) lines.push_back(command_line);
+        return lines;
+    }
     int saved_ = -1, write_end_ = -1;
 };
 
-TEST_F(InputLines, PiecesOfLines) {
-    EXPECT_EQ(Arrive("isre"), List{});
-    EXPECT_EQ(Arrive("ady\nuci\ngo "), (List{"isready", "uci"}));
-    EXPECT_EQ(Arrive("infinite\n\n"), (List{"go infinite", ""}));
-}
-
-TEST_F(InputLines, WhatIsNoPrintableCharacter) {
-    EXPECT_EQ(Arrive("quit\r\n"), List{"quit "});
+TEST_F(InputLines, PiecesOfLinesAndOtherCharacters) {
+    const struct {
+        std::string bytes;
+        List lines;
+    } cases[] = {
+        {"isre", {}},
+        {"ady\nuci\ngo ", {"isready", "uci"}},
+        {"infinite\n\n", {"go infinite", ""}},
+        {"a\tb\n", {"a b"}},
+        {std::string("st\0op\n", 6), {"st op"}},
+        {"\xff\xfe\n", {"\xff\xfe"}},
+        {"quit\r\n", {"quit "}},
+    };
+    for (const auto& c : cases) EXPECT_EQ(Arrive(c.bytes), c.lines) << c.bytes;
     EXPECT_EQ(command_line_returns, 1);
-    EXPECT_EQ(Arrive("a\tb\n"), List{"a b"});
-    EXPECT_EQ(Arrive(std::string("st\0op\n", 6)), List{"st op"});
-    EXPECT_EQ(Arrive("\xff\xfe\n"), List{"\xff\xfe"});
 }
 
 // The buffer for bytes not yet cut holds 4608 of them; every length around its end and that of
@@ -70,10 +75,7 @@ TEST_F(InputLines, LinesAroundTheSizeOfTheBuffer) {
         const std::string line(length, 'x');
         EXPECT_EQ(Arrive(line + "\nshort\n"), (List{line, "short"})) << length;
     }
-}
-
-// Half of a line that is too long may mean something else than the whole.
-TEST_F(InputLines, LinesTooLongAreDroppedWhole) {
+    // Half of a line that is too long may mean something else than the whole.
     for (const size_t length : {65536u, 65537u, 200000u})
         EXPECT_EQ(Arrive(std::string(length, 'q') + "\nshort\n"), (List{"", "short"})) << length;
 }
@@ -85,24 +87,20 @@ TEST_F(InputLines, HeldLinesComeFirstAndInOrder) {
     ASSERT_TRUE(HoldCommandLine());
     ASSERT_EQ(write(write_end_, "third\n", 6), 6);
     ASSERT_TRUE(read_input());
-    List lines;
-    while (NextLine()) lines.push_back(command_line);
-    EXPECT_EQ(lines, (List{"first  ", "second", "third"}));
+    EXPECT_EQ(Waiting(), (List{"first  ", "second", "third"}));
 }
 
 TEST_F(InputLines, RoomToHoldMeansAnyLineFits) {
     const std::string longest(CommandLineSize - 1, 'x');
-    int held = 0;
-    for (; RoomToHold() && held < 100; ++held) {
-        ASSERT_EQ(Arrive(longest + "\n").size(), 1u);
+    List lines;
+    while (RoomToHold() && lines.size() < 100) {
+        ASSERT_EQ(Arrive(longest + "\n"), List{longest});
         ASSERT_TRUE(HoldCommandLine());
+        lines.push_back(longest);
     }
-    EXPECT_GT(held, 1);
-    EXPECT_LT(held, 100);
-    for (int i = 0; i < held; ++i) {
-        ASSERT_TRUE(NextLine());
-        EXPECT_EQ(std::string(command_line), longest);
-    }
+    EXPECT_GT(lines.size(), 1u);
+    EXPECT_LT(lines.size(), 100u);
+    EXPECT_EQ(Waiting(), lines);
     EXPECT_FALSE(LinesHeld());
 }
 
