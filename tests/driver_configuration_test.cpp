@@ -177,6 +177,8 @@ TEST_F(Configuration, PathsAreTakenAsTheyStand) {
     EXPECT_STREQ(EGTBPath, "d:\\end games\"");  // only the start of the value is found
     Read("EGTBPath = d:\\one\ttwo\n");
     EXPECT_STREQ(EGTBPath, "d:\\one");  // a control character ends the line
+    Read("EGTBPath = " + std::string(300, 'x'));
+    EXPECT_STREQ(EGTBPath, std::string(249 - 11, 'x').c_str()) << "what is too long is cut";
 }
 
 std::string Shipped(const char* name) {

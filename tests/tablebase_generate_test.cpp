@@ -2,14 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <map>
 #include <set>
 #include <sstream>
 
 #include "board/position.h"
-#include "tablebases/registry.h"
+#include "tablebases/loaded_tables.h"
 #include "tablebases/table_moves.h"
 #include "tablebases/table_writer.h"
 #include "tests/support/board_helpers.h"
@@ -18,134 +18,111 @@
 
 namespace {
 
-TableIndex Index(const std::string& name, Colour side) {
-    TableMaterial material;
-    TableIndex index;
-    EXPECT_TRUE(ParseTableMaterial(name, &material) && BuildTableIndex(material, side, &index)) << name;
-    return index;
-}
-
 // What a move leads to, as FEN without counters and en-passant square.
 std::string Placement(const std::string& fen) { return fen.substr(0, fen.find(" -")); }
 
-// The table's own moves against the engine's, in random positions of every kind of man.
-TEST(TablebaseMoves, AreThoseOfTheEngine) {
+// Calls visit(index, position) for random positions of these materials, either side to move.
+template <typename Visit>
+void ForRandomPositions(const std::initializer_list<const char*>& names, int tries, Visit visit) {
     TestRandom random{3};
-    int en_passant = 0, promotions = 0;
-    for (const char* name : {"kqk", "krkb", "kqkn", "kpkp", "kppkp", "krpkp", "kbpkn", "kppkr"}) {
+    for (const char* name : names) {
         for (const Colour side : {WHITE, BLACK}) {
-            const TableIndex index = Index(name, side);
-            for (int i = 0; i < 4000; ++i) {
-                TablePosition position;
-                // Every second from the slots of en passant.
-                const uint64_t first = i % 2 == 0 && index.plain_slots < index.slots ? index.plain_slots : 0;
-                const uint64_t slot = first + random.Next() % (index.slots - first);
-                if (!PositionOfSlot(index, slot, &position) || !IsTablePosition(position)) continue;
-                std::multiset<std::string> ours, engine;
-                ForEachMove(position,
-                            [&](const TablePosition& after, bool) { ours.insert(Placement(TableFen(after))); });
-                const std::string fen = TableFen(position);
-                SetFen(fen.c_str());
-                ASSERT_TRUE(IsPlayable()) << fen;
-                for (const Move m : LegalMoveList()) {
-                    en_passant += IsEnPassant(m);
-                    promotions += MovePromotion(m) != EMPTY;
-                    MakeMove(m);
-                    engine.insert(Placement(WriteFen()));
-                    UnmakeMove();
-                }
-                EXPECT_EQ(ours, engine) << fen;
-            }
+            const TableIndex index = IndexOf(name, side);
+            TablePosition position;
+            for (int i = 0; i < tries; ++i)
+                if (RandomTablePosition(index, random, &position)) visit(index, position);
         }
     }
+}
+
+TEST(TablebaseMoves, AreThoseOfTheEngine) {
+    int en_passant = 0, promotions = 0;
+    const auto compare = [&](const TableIndex&, const TablePosition& position) {
+        std::multiset<std::string> ours, engine;
+        ForEachMove(position, [&](const TablePosition& after, bool) { ours.insert(Placement(TableFen(after))); });
+        const std::string fen = TableFen(position);
+        SetFen(fen.c_str());
+        ASSERT_TRUE(IsPlayable()) << fen;
+        for (const Move m : LegalMoveList()) {
+            en_passant += IsEnPassant(m);
+            promotions += MovePromotion(m) != EMPTY;
+            MakeMove(m);
+            engine.insert(Placement(WriteFen()));
+            UnmakeMove();
+        }
+        EXPECT_EQ(ours, engine) << fen;
+    };
+    ForRandomPositions({"kqk", "krkb", "kqkn", "kpkp", "kppkp", "krpkp", "kbpkn", "kppkr"}, 4000, compare);
     EXPECT_GT(en_passant, 1000);
     EXPECT_GT(promotions, 2000);
 }
 
-// Backwards is the reverse of forwards: whoever can be reached by a move finds his way back.
-TEST(TablebaseMoves, BackwardsFindsEveryPositionThatMovesForwards) {
-    TestRandom random{4};
-    for (const char* name : {"krkb", "kpkp", "kppkp", "kqkp"}) {
-        const TableIndex index = Index(name, WHITE);
-        for (int i = 0; i < 2000; ++i) {
-            TablePosition position;
-            const uint64_t slot = random.Next() % index.slots;
-            if (!PositionOfSlot(index, slot, &position) || !IsTablePosition(position)) continue;
-            ForEachMove(position, [&](const TablePosition& after, bool conversion) {
-                if (conversion) return;
-                std::set<uint64_t> back;
-                ForEachUnmove(after, [&](const TablePosition& before) { back.insert(SlotOf(index, before)); });
-                EXPECT_TRUE(back.count(SlotOf(index, position))) << TableFen(position) << " to " << TableFen(after);
-            });
-        }
-    }
-}
-
-TEST(TablebaseMoves, BackwardsFindsNothingElse) {
-    TestRandom random{5};
+// Backwards is the reverse of forwards: it finds every position from which a move leads here, and no other.
+TEST(TablebaseMoves, BackwardsIsTheReverseOfForwards) {
     int en_passant = 0;
-    for (const char* name : {"krkb", "kpkp", "kppkp", "krpkp"}) {
-        for (const Colour side : {WHITE, BLACK}) {
-            const TableIndex index = Index(name, side), before_index = Index(name, ChangeSide(side));
-            for (int i = 0; i < 1000; ++i) {
-                TablePosition position;
-                const uint64_t first = i % 4 == 0 && index.plain_slots < index.slots ? index.plain_slots : 0;
-                if (!PositionOfSlot(index, first + random.Next() % (index.slots - first), &position)
-                    || !IsTablePosition(position))
-                    continue;
-                const uint64_t slot = SlotOf(index, position);
-                ForEachUnmove(position, [&](const TablePosition& before) {
-                    if (SlotOf(before_index, before) == NoSlot || !IsTablePosition(before)) return;
-                    bool found = false;
-                    ForEachMove(before, [&](const TablePosition& after, bool conversion) {
-                        found |= !conversion && SlotOf(index, after) == slot;
-                    });
-                    EXPECT_TRUE(found) << TableFen(before) << " to " << TableFen(position);
-                    en_passant += position.en_passant != NoEnPassant;
-                });
-            }
-        }
-    }
+    const auto leads = [](const TablePosition& before, const TableIndex& index, uint64_t slot) {
+        bool found = false;
+        ForEachMove(before, [&](const TablePosition& after, bool conversion) {
+            found |= !conversion && SlotOf(index, after) == slot;
+        });
+        return found;
+    };
+    const auto compare = [&](const TableIndex& index, const TablePosition& position) {
+        const TableIndex other_index = IndexOf(TableMaterialName(index.material), ChangeSide(index.side_to_move));
+        const uint64_t slot = SlotOf(index, position);
+        ForEachMove(position, [&](const TablePosition& after, bool conversion) {
+            if (conversion) return;
+            std::set<uint64_t> back;
+            ForEachUnmove(after, [&](const TablePosition& before) { back.insert(SlotOf(index, before)); });
+            EXPECT_TRUE(back.count(slot)) << TableFen(position) << " to " << TableFen(after);
+        });
+        ForEachUnmove(position, [&](const TablePosition& before) {
+            if (SlotOf(other_index, before) == NoSlot || !IsTablePosition(before)) return;
+            EXPECT_TRUE(leads(before, index, slot)) << TableFen(before) << " to " << TableFen(position);
+            en_passant += position.en_passant != NoEnPassant;
+        });
+    };
+    ForRandomPositions({"krkb", "kpkp", "kppkp", "kqkp", "krpkp"}, 2000, compare);
     EXPECT_GT(en_passant, 50);
 }
 
-// Longest mates with White to move: the figures that every endgame book gives.
-TEST(TablebaseGenerator, ThreeMenTablesHaveTheKnownLongestMates) {
-    const std::map<std::string, int> longest = {{"kqk", 10}, {"krk", 16}, {"kbk", 0}, {"knk", 0}, {"kpk", 28}};
-    const TableFolder tables({"kpk", "kbk", "knk"});
-    for (const auto& [name, moves] : longest) {
-        TableStatistics statistics;
-        std::string reason;
-        EXPECT_TRUE(VerifyTable(tables.Job(), name, &statistics, &reason)) << reason;
-        EXPECT_EQ(statistics.longest[WHITE], moves) << name;
-        EXPECT_EQ(statistics.longest[BLACK], 0) << name;
-    }
+// Longest mates are the figures that every endgame book gives.
+TEST(TablebaseGenerator, LongestMatesAndKnownDistances) {
+    const TableFolder tables({"kpk", "kbk", "knk", "krrk"});
+    CheckLongestMates(tables, {{"kqk", 10}, {"krk", 16}, {"kbk", 0}, {"knk", 0}, {"kpk", 28}, {"krrk", 7}});
+    UseTables(tables);
+    EXPECT_EQ(CheckKnownDistances(), 4);
+    RegisterTablebases("");
 }
 
-TEST(TablebaseGenerator, VerifyingFindsAWrongValue) {
+TEST(TablebaseGenerator, FindsWrongValuesAndWhatIsMissing) {
     const TableFolder tables({"kqk"});
-    TableStatistics statistics;
+    const std::string white = TablePath(tables.Job(), "kqk", WHITE), black = TablePath(tables.Job(), "kqk", BLACK);
+    EXPECT_TRUE(TableIsMade(tables.Job(), "kqk"));
+    LoadedTable table;
     std::string reason;
-    const TableIndex index = Index("kqk", WHITE);
-    TableContents contents;
-    contents.material = "kqk";
-    contents.side_to_move = WHITE;
-    contents.slots = index.slots;
-    std::vector<uint8_t> bytes(TableBlocks(index.slots) * TableBlock);
-    TableFile file;
-    ASSERT_TRUE(OpenTableFile(TablePath(tables.Job(), "kqk", WHITE), "kqk", WHITE, index.slots, &file, &reason));
-    for (uint64_t block = 0; block < TableBlocks(index.slots); ++block)
-        ASSERT_TRUE(ReadTableBlock(file, block, bytes.data() + block * TableBlock));
-    contents.values = file.values;
-    CloseTableFile(&file);
+    ASSERT_TRUE(LoadTable(tables.folder, "kqk", &table, &reason)) << reason;
+    const TableIndex& index = table.index[WHITE];
     uint64_t slot = 12345;
     TablePosition position;
     while (!PositionOfSlot(index, slot, &position) || !IsTablePosition(position)) ++slot;
+    uint8_t* const bytes = table.bytes[WHITE].get();
     bytes[slot] = bytes[slot] == 0;
-    contents.bytes = bytes.data();
-    ASSERT_TRUE(WriteTableFile(TablePath(tables.Job(), "kqk", WHITE), contents, true, 1, &reason)) << reason;
+    const TableContents contents = {"kqk", WHITE, table.values[WHITE], bytes, index.slots};
+    ASSERT_TRUE(WriteTableFile(white, contents, true, 1, &reason)) << reason;
+    EXPECT_TRUE(TableIsMade(tables.Job(), "kqk"));
+    TableStatistics statistics;
     EXPECT_FALSE(VerifyTable(tables.Job(), "kqk", &statistics, &reason));
     EXPECT_NE(reason.find("kqk: "), std::string::npos) << reason;
+
+    // A bit of the last block: the head is as it was.
+    std::fstream(black, std::ios::binary | std::ios::in | std::ios::out).seekp(-1, std::ios::end).put('\x5a');
+    EXPECT_FALSE(TableIsMade(tables.Job(), "kqk"));
+    EXPECT_EQ(ForeignTable(tables.Job(), "kqk"), "");
+    std::ofstream(black, std::ios::binary) << "somebody else's";
+    EXPECT_EQ(ForeignTable(tables.Job(), "kqk"), black);
+    std::filesystem::remove(black);
+    EXPECT_FALSE(TableIsMade(tables.Job(), "kqk"));
 }
 
 // The page on the format shows the first bytes of a file, 16 a line behind their place.
@@ -167,41 +144,21 @@ TEST(TablebaseGenerator, TheWorkedExampleIsTrue) {
     EXPECT_EQ(lines, 5);
 }
 
-TEST(TablebaseGenerator, AMaterialIsMadeWhenBothFilesAreWhole) {
-    const TableFolder tables({"kqk"});
-    EXPECT_TRUE(TableIsMade(tables.Job(), "kqk"));
-    const std::string black = TablePath(tables.Job(), "kqk", BLACK), kept = tables.folder + "/kept";
-    std::filesystem::copy_file(black, kept);
-    std::filesystem::remove(black);
-    EXPECT_FALSE(TableIsMade(tables.Job(), "kqk"));
-    std::filesystem::copy_file(kept, black);
-    EXPECT_TRUE(TableIsMade(tables.Job(), "kqk"));
-    // A bit of the last block: the head is as it was.
-    std::fstream(black, std::ios::binary | std::ios::in | std::ios::out).seekp(-1, std::ios::end).put('\x5a');
-    EXPECT_FALSE(TableIsMade(tables.Job(), "kqk"));
-    EXPECT_EQ(ForeignTable(tables.Job(), "kqk"), "");
-    std::ofstream(black, std::ios::binary) << "somebody else's";
-    EXPECT_EQ(ForeignTable(tables.Job(), "kqk"), black);
-}
-
 // Plain files hold the same, and another folder's tables are not taken for this one's.
 TEST(TablebaseGenerator, PlainFilesAndFolders) {
-    TableJob job;
-    job.folder = TemporaryPath("-plain");
+    const TableFolder empty({});
+    TableJob job = empty.Job();
     job.packed = false;
-    std::filesystem::remove_all(job.folder);
-    std::filesystem::create_directories(job.folder);
     TableStatistics statistics;
     std::string reason;
     for (const std::string& name : TablesToMake({"kpk"}))
         EXPECT_TRUE(MakeTable(job, name, &statistics, &reason)) << reason;
     EXPECT_TRUE(VerifyTable(job, "kpk", &statistics, &reason)) << reason;
     EXPECT_EQ(statistics.longest[WHITE], 28);
-    std::filesystem::remove_all(job.folder);
-    job.folder = TemporaryPath("-empty");
+    job.folder += "/other";
     std::filesystem::create_directories(job.folder);
     EXPECT_FALSE(MakeTable(job, "kpk", &statistics, &reason));
-    std::filesystem::remove_all(job.folder);
+    EXPECT_NE(reason.find("kqk"), std::string::npos) << reason;
 }
 
 TEST(TablebaseGenerator, OrderAndNamesOfWhatIsMade) {
@@ -214,26 +171,7 @@ TEST(TablebaseGenerator, OrderAndNamesOfWhatIsMade) {
     // Promotions, captures, and promotions by capture.
     for (const char* below : {"kqrkr", "krbkr", "krkr", "krkp", "krpk", "kqrk"})
         EXPECT_LT(place(below), place("krpkr")) << below;
-    EXPECT_LT(place("krkp"), place("krpkr"));
     EXPECT_LT(place("kqkr"), place("krkp"));
-    TableStatistics statistics;
-    std::string reason;
-    TableJob job;
-    job.folder = TemporaryPath("-empty");
-    std::filesystem::create_directories(job.folder);
-    EXPECT_FALSE(MakeTable(job, "kpk", &statistics, &reason));
-    EXPECT_NE(reason.find("kqk"), std::string::npos) << reason;
-    std::filesystem::remove_all(job.folder);
-}
-
-TEST(TablebaseGenerator, KnownDistances) {
-    const TableFolder tables({"kpk", "krrk"});
-    TableStatistics statistics;
-    std::string reason;
-    EXPECT_TRUE(VerifyTable(tables.Job(), "krrk", &statistics, &reason)) << reason;
-    UseTables(tables);
-    EXPECT_EQ(CheckKnownDistances({"kqk", "krk", "kpk", "krrk"}), 4);
-    RegisterTablebases("");
 }
 
 }  // namespace

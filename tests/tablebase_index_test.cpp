@@ -1,19 +1,16 @@
 // tablebase_index_test.cpp - slots of table positions.
 #include <gtest/gtest.h>
 
-#include <random>
+#include <algorithm>
 #include <set>
+#include <string>
 #include <tuple>
 
+#include "tablebases/generate.h"
 #include "tablebases/table_index.h"
+#include "tests/support/table_checks.h"
 
 namespace {
-
-TableMaterial Material(const std::string& name) {
-    TableMaterial material;
-    EXPECT_TRUE(ParseTableMaterial(name, &material)) << name;
-    return material;
-}
 
 TEST(TablebaseIndex, SlotsAreAsManyAsInThePublishedTables) {
     const std::tuple<const char*, uint64_t, uint64_t> published[] = {
@@ -26,35 +23,30 @@ TEST(TablebaseIndex, SlotsAreAsManyAsInThePublishedTables) {
         {"krkp", 5072832, 4981504}, {"kpkp", 3838208 + 25284, 3838208 + 25284},
     };
     for (const auto& [name, white, black] : published) {
-        TableIndex index;
-        ASSERT_TRUE(BuildTableIndex(Material(name), WHITE, &index));
-        EXPECT_EQ(index.slots, white) << name;
-        ASSERT_TRUE(BuildTableIndex(Material(name), BLACK, &index));
-        EXPECT_EQ(index.slots, black) << name;
+        EXPECT_EQ(IndexOf(name, WHITE).slots, white) << name;
+        EXPECT_EQ(IndexOf(name, BLACK).slots, black) << name;
     }
 }
 
-// Every slot's position has that slot, or another one that stands for the same position.
+// Every slot's position has that slot, or another one that stands for the same position: where two
+// pawns can capture the same one.
 TEST(TablebaseIndex, PositionsAndSlotsBelongTogether) {
-    std::mt19937_64 random(1);
+    TestRandom random{1};
     for (const char* name :
          {"kqk", "kpk", "kbnk", "kqqk", "kpkp", "kqkp", "kqqqk", "krpkr", "kppkp", "krpkp", "kppkr"}) {
         for (const Colour side : {WHITE, BLACK}) {
-            TableIndex index;
-            ASSERT_TRUE(BuildTableIndex(Material(name), side, &index));
-            const uint64_t tries = index.slots < 100000 ? index.slots : 100000;
+            const TableIndex index = IndexOf(name, side);
+            const uint64_t tries = std::min<uint64_t>(index.slots, 100000);
             uint64_t placed = 0, other = 0;
             for (uint64_t i = 0; i < tries; ++i) {
-                const uint64_t slot = tries == index.slots ? i : random() % index.slots;
-                TablePosition position;
+                const uint64_t slot = tries == index.slots ? i : random.Next() % index.slots;
+                TablePosition position, again;
                 if (!PositionOfSlot(index, slot, &position)) continue;
                 const uint64_t back = SlotOf(index, position);
                 if (back == NoSlot) continue;
                 ++placed;
                 if (back == slot) continue;
-                // Two pawns that can capture the same one.
                 ++other;
-                TablePosition again;
                 ASSERT_TRUE(PositionOfSlot(index, back, &again));
                 EXPECT_NE(position.en_passant, NoEnPassant) << name << ' ' << slot;
                 EXPECT_EQ(again.en_passant, position.en_passant);
@@ -68,28 +60,27 @@ TEST(TablebaseIndex, PositionsAndSlotsBelongTogether) {
 
 // A symmetry of the board that the material allows leads to the same slot or its mirror slot.
 TEST(TablebaseIndex, SymmetricPositionsShareASlot) {
-    std::mt19937_64 random(2);
+    TestRandom random{2};
     for (const char* name : {"kbnk", "krkb", "kqqk", "krpkp", "kppk"}) {
-        TableIndex index;
-        ASSERT_TRUE(BuildTableIndex(Material(name), BLACK, &index));
+        const TableIndex index = IndexOf(name, BLACK);
         for (int i = 0; i < 20000; ++i) {
-            TablePosition position, turned;
-            if (!PositionOfSlot(index, random() % index.slots, &position)) continue;
+            TablePosition position;
+            if (!PositionOfSlot(index, random.Next() % index.slots, &position)) continue;
             const uint64_t slot = SlotOf(index, position);
-            const int symmetry = index.pawns ? 1 : int(random() % 8);
-            const auto turn = [&](int square) {
+            const int symmetry = index.pawns ? 1 : random.Below(8);
+            const auto turn = [&](auto& square) {
                 int file = square & 7, rank = square >> 3;
                 if (symmetry & 1) file = 7 - file;
                 if (symmetry & 2) rank = 7 - rank;
-                return symmetry & 4 ? file * 8 + rank : rank * 8 + file;
+                if (symmetry & 4) std::swap(file, rank);
+                square = uint8_t(rank * 8 + file);
             };
-            turned = position;
+            TablePosition turned = position;
             for (int side = 0; side < 2; ++side) {
-                turned.king[side] = uint8_t(turn(position.king[side]));
-                for (int k = 0; k < position.men[side]; ++k)
-                    turned.square[side][k] = uint8_t(turn(position.square[side][k]));
+                turn(turned.king[side]);
+                for (int k = 0; k < position.men[side]; ++k) turn(turned.square[side][k]);
             }
-            if (position.en_passant != NoEnPassant) turned.en_passant = turn(position.en_passant);
+            if (position.en_passant != NoEnPassant) turn(turned.en_passant);
             const uint64_t other = SlotOf(index, turned);
             EXPECT_TRUE(other == slot || other == MirrorSlot(index, position, slot)) << name << ' ' << slot;
         }
@@ -97,25 +88,24 @@ TEST(TablebaseIndex, SymmetricPositionsShareASlot) {
 }
 
 TEST(TablebaseIndex, NamesAreReadInTheOrientationOfTheTablesOnly) {
-    for (const char* name : {"kqk", "kbnk", "krkn", "kpkp", "krppkr", "kqqkpp", "kqnkrr"}) {
-        TableMaterial material;
-        EXPECT_TRUE(ParseTableMaterial(name, &material)) << name;
-        EXPECT_EQ(TableMaterialName(material), name);
+    TableMaterial material;
+    std::set<std::pair<int, int>> codes;
+    size_t names = 0;
+    for (const int men : {3, 4, 5, 6}) {
+        for (const std::string& name : AllMaterials(men)) {
+            EXPECT_TRUE(ParseTableMaterial(name, &material)) << name;
+            EXPECT_EQ(TableMaterialName(material), name);
+            const int white = SideCode(material.count[WHITE]), black = SideCode(material.count[BLACK]);
+            EXPECT_TRUE(white >= 0 && white < SideCodes && black >= 0 && black < SideCodes) << name;
+            codes.insert({white, black});
+            ++names;
+        }
     }
+    EXPECT_EQ(codes.size(), names);
+    EXPECT_EQ(names, 5u + 30u + 110u + 365u);
     for (const char* name :
-         {"", "k", "kk", "kkq", "knbk", "kbkr", "kqkqk", "kqxk", "qkk", "KQK", "krpppkr", "kqk ", "kpkn"}) {
-        TableMaterial material;
+         {"", "k", "kk", "kkq", "knbk", "kbkr", "kqkqk", "kqxk", "qkk", "KQK", "krpppkr", "kqk ", "kpkn"})
         EXPECT_FALSE(ParseTableMaterial(name, &material)) << name;
-    }
-    std::set<int> codes;
-    for (int n = 0; n < 3125; ++n) {
-        const uint8_t count[5] = {uint8_t(n % 5), uint8_t(n / 5 % 5), uint8_t(n / 25 % 5), uint8_t(n / 125 % 5),
-                                  uint8_t(n / 625)};
-        if (count[0] + count[1] + count[2] + count[3] + count[4] > 4) continue;
-        const int code = SideCode(count);
-        EXPECT_TRUE(code >= 0 && code < SideCodes && codes.insert(code).second) << n;
-    }
-    EXPECT_EQ(codes.size(), size_t(SideCodes));
 }
 
 }  // namespace

@@ -2,8 +2,7 @@
 #pragma once
 
 #include <fstream>
-#include <set>
-#include <sstream>
+#include <map>
 #include <string>
 
 #include "board/make_move.h"
@@ -16,6 +15,20 @@
 #include "tests/support/board_helpers.h"
 #include "tests/support/table_folder.h"
 
+inline TableIndex IndexOf(const std::string& name, Colour side) {
+    TableMaterial material;
+    TableIndex index;
+    EXPECT_TRUE(ParseTableMaterial(name, &material) && BuildTableIndex(material, side, &index)) << name;
+    return index;
+}
+
+// A position of the table, every second one from the slots of en passant where there are any; false
+// for a slot without one.
+inline bool RandomTablePosition(const TableIndex& index, TestRandom& random, TablePosition* position) {
+    const uint64_t first = random.Below(2) && index.plain_slots < index.slots ? index.plain_slots : 0;
+    return PositionOfSlot(index, first + random.Next() % (index.slots - first), position) && IsTablePosition(*position);
+}
+
 inline void UseTables(const TableFolder& tables) {
     testing::internal::CaptureStdout();
     RegisterTablebases(tables.folder.c_str());
@@ -23,40 +36,40 @@ inline void UseTables(const TableFolder& tables) {
     testing::internal::GetCapturedStdout();
 }
 
-// Positions with known distances, asked of the engine. Those of the named materials only.
-inline int CheckKnownDistances(const std::set<std::string>& materials) {
-    std::ifstream file(CORVANTIS_SOURCE_DIR "/tests/data/endgame_dtm.epd");
-    int checked = 0;
-    for (std::string line; std::getline(file, line);) {
-        std::istringstream words(line);
-        std::string board, side, castling, en_passant, dm;
-        int distance = 0;
-        words >> board >> side >> castling >> en_passant >> dm >> distance;
-        SetFen((board + " " + side + " - - 0 1").c_str());
-        TableMaterial material = {};
-        for (int c = 0; c < 2; ++c)
-            for (int t = 0; t < TableTypes; ++t)
-                material.count[c][t] = uint8_t(thread_board.PieceCount[TableType[t]][c]);
-        OrientMaterial(&material);
-        if (!materials.count(TableMaterialName(material))) continue;
-        int score = 0;
-        EXPECT_TRUE(ProbeTablebase(&score)) << line;
-        EXPECT_EQ(score, distance > 0 ? MATE - 2 * distance : -MATE - 2 * distance) << line;
-        ++checked;
+// Verifies each, and compares the longest mates with White to move; -1: nothing to compare with.
+inline void CheckLongestMates(const TableFolder& tables, const std::map<std::string, int>& longest) {
+    for (const auto& [name, moves] : longest) {
+        TableStatistics statistics;
+        std::string reason;
+        EXPECT_TRUE(VerifyTable(tables.Job(), name, &statistics, &reason)) << reason;
+        EXPECT_TRUE(moves < 0 || moves == statistics.longest[WHITE]) << name << ' ' << statistics.longest[WHITE];
     }
-    return checked;
+}
+
+// Positions with known distances, asked of the engine. Returns how many are in its tables.
+inline int CheckKnownDistances() {
+    std::ifstream file(CORVANTIS_SOURCE_DIR "/tests/data/endgame_dtm.epd");
+    int found = 0;
+    for (std::string line; std::getline(file, line);) {
+        const size_t fields = line.find(" dm ");
+        SetFen((line.substr(0, fields) + " 0 1").c_str());
+        const int distance = std::stoi(line.substr(fields + 4));
+        int score = 0;
+        if (!ProbeTablebase(&score)) continue;
+        EXPECT_EQ(score, distance > 0 ? MATE - 2 * distance : -MATE - 2 * distance) << line;
+        ++found;
+    }
+    return found;
 }
 
 // Games from `count` random won positions of a material, both sides played by the search with
 // 10 ms a move: every move must keep to the distance in the tables, until the mate.
 inline void PlayWonPositions(const char* name, int count) {
     TestRandom random{9};
-    TableMaterial material;
-    TableIndex index;
-    ASSERT_TRUE(ParseTableMaterial(name, &material) && BuildTableIndex(material, WHITE, &index));
+    const TableIndex index = IndexOf(name, WHITE);
     for (int played = 0; played < count;) {
         TablePosition position;
-        if (!PositionOfSlot(index, random.Next() % index.slots, &position) || !IsTablePosition(position)) continue;
+        if (!RandomTablePosition(index, random, &position)) continue;
         const std::string start = TableFen(position);
         SetFen(start.c_str());
         int score = 0;
