@@ -5,17 +5,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <list>
-#include <sstream>
 #include <string>
 #include <vector>
-
-#ifndef _WIN32
-#include <sys/resource.h>
-#endif
 
 #include "board/console.h"
 #include "board/position.h"
@@ -23,8 +17,9 @@
 #include "tablebases/probe.h"
 #include "tablebases/registry.h"
 #include "tablebases/table_writer.h"
+#include "tests/support/table_checks.h"
 #include "tests/support/temporary_path.h"
-#include "tools/common/random.h"
+#include "tools/common/text.h"
 
 namespace fs = std::filesystem;
 
@@ -34,25 +29,13 @@ namespace {
 const std::vector<TableValue> values = {0, 1, 2, 28, -1, -2, -11, 127, -127};
 const std::vector<int> scores = {0, 32698, 32696, 32644, -32700, -32698, -32680, 32446, -32448};
 
-TableMaterial Material(const std::string& name) {
-    TableMaterial material;
-    EXPECT_TRUE(ParseTableMaterial(name, &material)) << name;
-    return material;
-}
-
-TableIndex Index(const std::string& material, Colour side) {
-    TableIndex index;
-    EXPECT_TRUE(BuildTableIndex(Material(material), side, &index));
-    return index;
-}
-
 int ByteOf(const std::string& material, Colour side, uint64_t slot, int salt) {
     const uint64_t table = material.size() * 31 + uint64_t(material[1]) * 7 + uint64_t(side) + uint64_t(salt) * 3;
     return int((slot + slot / TableBlock * 5 + table) % values.size());
 }
 
 void WriteTable(const std::string& path, const std::string& material, Colour side, int salt = 0) {
-    const TableIndex index = Index(material, side);
+    const TableIndex index = IndexOf(material, side);
     std::vector<uint8_t> bytes(index.slots);
     for (uint64_t slot = 0; slot < index.slots; ++slot) bytes[slot] = uint8_t(ByteOf(material, side, slot, salt));
     std::string reason;
@@ -63,24 +46,7 @@ void WriteTable(const std::string& path, const std::string& material, Colour sid
 
 // Sets up a table's position; `turned` with colours changed and ranks mirrored.
 void Place(const TablePosition& position, bool turned) {
-    char board[65] = "                                                                ";
-    const int mirror = turned ? 56 : 0;
-    for (int side = 0; side < 2; ++side) {
-        const bool white = (side == WHITE) != turned;
-        board[position.king[side] ^ mirror] = white ? 'K' : 'k';
-        for (int i = 0; i < position.men[side]; ++i) {
-            const char letter = ".kNP.RBQ"[position.type[side][i]];
-            board[position.square[side][i] ^ mirror] = white ? letter : char(std::tolower(letter));
-        }
-    }
-    std::string fen;
-    for (int rank = 7; rank >= 0; --rank, fen += rank >= 0 ? "/" : "")
-        for (int file = 0; file < 8; ++file) fen += board[8 * rank + file] == ' ' ? '1' : board[8 * rank + file];
-    const bool white_moves = (position.side_to_move == WHITE) != turned;
-    fen += white_moves ? " w - " : " b - ";
-    if (position.en_passant == NoEnPassant) fen += '-';
-    else fen += {char('a' + position.en_passant % 8), white_moves ? '6' : '3'};
-    SetFen(fen.c_str());
+    SetFen(TableFen(turned ? SwapColours(position) : position).c_str());
 }
 
 class Tablebases : public ::testing::Test {
@@ -104,9 +70,9 @@ protected:
         ::testing::internal::CaptureStdout();
         const int men = RegisterTablebases(path.c_str());
         printed = ::testing::internal::GetCapturedStdout();
-        lines.clear();
-        std::istringstream stream(printed);
-        for (std::string line; std::getline(stream, line); lines.push_back(line))
+        lines = Split(printed, '\n');
+        lines.pop_back();
+        for (std::string& line : lines)
             if (const size_t at = line.find(folder + "/"); at != std::string::npos) line.erase(at, folder.size() + 1);
         EXPECT_EQ(men, tablebase_men);
         return men;
@@ -114,8 +80,8 @@ protected:
     // Probes up to `count` positions of a table, either way round; those that are there must have
     // the table's value. Returns how many were not there.
     static int Check(const std::string& material, Colour side, int count, int salt = 0, bool turn = true) {
-        const TableIndex index = Index(material, side);
-        SplitMix random{uint64_t(count)};
+        const TableIndex index = IndexOf(material, side);
+        TestRandom random{uint64_t(count)};
         int missing = 0;
         for (int i = 0; i < count; ++i) {
             const uint64_t slot = random.Next() % index.slots;
@@ -132,15 +98,6 @@ protected:
     std::string folder, printed;
     std::vector<std::string> lines;
 };
-
-// Turns a byte of a file around.
-void Damage(const std::string& path, std::streamoff from_end) {
-    std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
-    file.seekg(-from_end, std::ios::end);
-    const char byte = char(~file.peek());
-    file.seekp(-from_end, std::ios::end);
-    file.put(byte);
-}
 
 TEST_F(Tablebases, MessagesForGoodBadAndSecondFiles) {
     fs::create_directories(Path("a"));
@@ -166,26 +123,21 @@ TEST_F(Tablebases, MessagesForGoodBadAndSecondFiles) {
         std::ofstream(Path("a/" + std::string(name))) << "x";
 
     EXPECT_EQ(Register(Path("a") + ";" + Path("b")), 4);
-    std::vector<std::string> reasons;
+    // A refusal is two lines, the second with a reason in words.
+    const std::string refusal = "*** Unable to register ";
     for (size_t i = 1; i < lines.size(); ++i) {
-        if (lines[i - 1].rfind("*** Unable to register ", 0) != 0) continue;
+        if (lines[i - 1].rfind(refusal, 0) != 0) continue;
         EXPECT_GT(lines[i].size(), 10u) << "why " << lines[i - 1];
+        lines[i - 1].replace(0, refusal.size(), "no ");
         lines.erase(lines.begin() + std::ptrdiff_t(i));
     }
-    const std::vector<std::string> expected = {"*** Unable to register a/kbk.nbw",
-                                               "*** Unable to register a/knk.nbb",
-                                               "*** Unable to register a/knk.nbw",
-                                               "*** Unable to register a/kpk.nbb",
-                                               "*** Unable to register a/kpk.nbw",
-                                               "a/kqk.NBB.emd registered",
-                                               "B/kqk.nbb found",
-                                               "a/KQK.NBW registered",
-                                               "B/kqk.nbw found",
-                                               "*** Unable to register a/krk.nbw",
-                                               "B/krk.nbw registered",
-                                               "B/krk.NBW.emd found",
-                                               "B/kbnk.nbb registered",
-                                               "Tried to open 10 files. Opened 4 files."};
+    const std::vector<std::string> expected = {"no a/kbk.nbw",          "no a/knk.nbb",
+                                               "no a/knk.nbw",          "no a/kpk.nbb",
+                                               "no a/kpk.nbw",          "a/kqk.NBB.emd registered",
+                                               "B/kqk.nbb found",       "a/KQK.NBW registered",
+                                               "B/kqk.nbw found",       "no a/krk.nbw",
+                                               "B/krk.nbw registered",  "B/krk.NBW.emd found",
+                                               "B/kbnk.nbb registered", "Tried to open 10 files. Opened 4 files."};
     EXPECT_EQ(lines, expected);
 
     EXPECT_EQ(Check("kqk", WHITE, 500) + Check("kqk", BLACK, 500) + Check("krk", WHITE, 500, 3), 0);
@@ -202,18 +154,16 @@ TEST_F(Tablebases, SpellingsOfThePath) {
     const std::string name = Path("Two Words");
     std::string backslashes = name;
     std::replace(backslashes.begin(), backslashes.end(), '/', '\\');
-    const std::string found[] = {name,        name + "/",         name + "\\",
-                                 name + "//", "  " + name + "\t", "\"" + name + "\\\"",
-                                 name + "\"", ",;" + name + ",,", "/nowhere/at all; " + name + ",c:\\tables",
-                                 backslashes, Path("two WORDS"),  name + "," + name + "/;" + backslashes};
-    for (const std::string& path : found) {
+    const std::vector<std::string> expected = {"Two Words/kqk.nbw registered",
+                                               "Tried to open 1 files. Opened 1 files."};
+    for (const std::string& path : {name + "/", name + "\\", name + "//", "  " + name + "\t", "\"" + name + "\\\"",
+                                    name + "\"", ",;" + name + ",,", "/nowhere/at all; " + name + ",c:\\tables",
+                                    Path("two WORDS"), name + "," + name + "/;" + backslashes}) {
         EXPECT_EQ(Register(path), 3) << path;
-        EXPECT_EQ(lines,
-                  (std::vector<std::string>{"Two Words/kqk.nbw registered", "Tried to open 1 files. Opened 1 files."}))
-            << path;
+        EXPECT_EQ(lines, expected) << path;
     }
 #ifndef _WIN32
-    for (const std::string path : {"", " ", ",;, ;", "c:\\tablebases\\", "\"", "/nowhere", "*", "\\", "|:<>"}) {
+    for (const char* path : {"", ",; ;", "c:\\tablebases\\", "\"", "/nowhere", "*", "\\", "|:<>"}) {
         EXPECT_EQ(Register(path), 0) << path;
         EXPECT_EQ(printed, "") << path;
     }
@@ -227,7 +177,7 @@ TEST_F(Tablebases, EnPassantHasItsOwnValueEitherWayRound) {
     // Without a table for Black, positions with Black to move are turned around: the men are the
     // same on both sides.
     ASSERT_EQ(Register(folder), 4);
-    const TableIndex index = Index("kpkp", WHITE);
+    const TableIndex index = IndexOf("kpkp", WHITE);
     int captures = 0;
     for (uint64_t slot = index.plain_slots; slot < index.slots; ++slot) {
         TablePosition position;
@@ -254,32 +204,26 @@ TEST_F(Tablebases, NothingButPositionsOfATableIsFound) {
     WriteTable(Path("kpk.nbw"), "kpk", WHITE);
     WriteTable(Path("krkr.nbw"), "krkr", WHITE);
     ASSERT_EQ(Register(folder), 4);
-    struct Case {
-        const char* why;
-        const char* fen;
+    const struct {
+        const char *why, *fen;
         bool there;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"as it should be", "8/8/8/8/3k4/8/8/KQ6 w - - 0 1", true},
         {"Black the stronger side", "kq6/8/8/3K4/8/8/8/8 b - - 0 1", true},
         {"no table for this side to move", "8/8/8/8/3k4/8/8/KQ6 b - - 0 1", false},
         {"the same, Black the stronger side", "kq6/8/8/3K4/8/8/8/8 w - - 0 1", false},
-        {"castling", "4k2r/8/8/8/8/8/8/R3K3 w Q - 0 1", false},
-        {"castling, a rook more", "r3k3/8/8/8/8/8/8/R3K3 b q - 0 1", false},
+        {"castling", "r3k3/8/8/8/8/8/8/R3K3 w q - 0 1", false},
         {"two kings and nothing else", "8/8/8/8/3k4/8/8/K7 w - - 0 1", false},
         {"kings side by side", "8/8/8/8/8/8/1k6/KQ6 w - - 0 1", false},
         {"no king", "8/8/8/8/3k4/8/8/1QQ5 w - - 0 1", false},
-        {"no kings at all", "8/8/8/8/8/8/8/QQQ5 w - - 0 1", false},
-        {"a king too many", "8/8/8/8/3k4/8/8/KK6 w - - 0 1", false},
         {"a king too many beside the men of a table", "8/8/8/8/3k4/8/8/KKQ5 w - - 0 1", false},
         {"a king too few beside the men of a table", "8/8/8/8/8/8/8/KR3r2 w - - 0 1", false},
         {"kings only", "kkk5/8/8/8/8/8/8/K7 w - - 0 1", false},
         {"pawn on the last rank", "P7/8/8/8/3k4/8/8/K7 w - - 0 1", false},
         {"three men on one side only", "8/8/8/8/3k4/8/8/KQQQ4 w - - 0 1", false},
         {"full", "QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/qqqqqqqq/qqqqqqqq/kqqqqqqq/Kqqqqqqq w - - 0 1", false},
-        {"empty", "8/8/8/8/8/8/8/8 w - - 0 1", false},
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SetFen(c.fen);
         int score;
         EXPECT_EQ(ProbeTablebase(&score), c.there) << c.why;
@@ -297,7 +241,7 @@ TEST_F(Tablebases, TheCacheHasRoomForWhatItWasGivenAndForgetsTheOldest) {
     std::string reason;
     for (const Colour side : {WHITE, BLACK})
         ASSERT_TRUE(OpenTableFile(Path(side == WHITE ? "kpk.nbw" : "kpk.nbb.emd"), "kpk", side,
-                                  Index("kpk", side).slots, &files[side], &reason))
+                                  IndexOf("kpk", side).slots, &files[side], &reason))
             << reason;
     for (const uint32_t bytes : {0u, 1u, 8191u, 8192u, 16384u, 8192u * 5 + 1, 8192u * 13, 1048576u, ~0u}) {
         SCOPED_TRACE(bytes);
@@ -307,7 +251,7 @@ TEST_F(Tablebases, TheCacheHasRoomForWhatItWasGivenAndForgetsTheOldest) {
         // The slow version: a list with the block used last in front.
         std::list<uint64_t> recent;
         const size_t room = std::max<size_t>(1, std::min<size_t>(bytes / TableBlock, 25));
-        SplitMix random{bytes};
+        TestRandom random{bytes};
         uint64_t reads = blocks_read;
         for (int i = 0; i < 3000; ++i) {
             // Of the 21 blocks of both files some more often than others.
@@ -319,11 +263,10 @@ TEST_F(Tablebases, TheCacheHasRoomForWhatItWasGivenAndForgetsTheOldest) {
             else ++reads;
             recent.push_front(which);
             if (recent.size() > room) recent.pop_back();
-            const uint8_t* bytes_found = FindBlock(files[side], uint32_t(side), block);
-            ASSERT_NE(bytes_found, nullptr);
+            const uint8_t* found = FindBlock(files[side], uint32_t(side), block);
+            ASSERT_NE(found, nullptr);
             ASSERT_EQ(blocks_read, reads) << i;
-            const uint64_t slot = block * TableBlock + 17;
-            ASSERT_EQ(bytes_found[17], ByteOf("kpk", side, slot, 0)) << i;
+            ASSERT_EQ(found[17], ByteOf("kpk", side, block * TableBlock + 17, 0)) << i;
         }
         DropBlocks();
     }
@@ -335,7 +278,8 @@ TEST_F(Tablebases, ADamagedBlockSwitchesItsTableOffAndNoOther) {
         const std::string name = Path(packed ? "kpk.nbw.emd" : "kpk.nbw");
         WriteTable(name, "kpk", WHITE);
         WriteTable(Path("kpk.nbb"), "kpk", BLACK);
-        Damage(name, 20);  // in its last block
+        const auto last_block = std::streamoff(fs::file_size(name)) - 20;
+        std::fstream(name, std::ios::in | std::ios::out | std::ios::binary).seekp(last_block).write("\xFF\x00", 2);
         ASSERT_EQ(Register(folder), 3) << "heads are intact";
         ASSERT_TRUE(AllocateTablebaseCache(1 << 20));
         Flush();
@@ -374,34 +318,8 @@ TEST_F(Tablebases, RegisteringAgainReplacesEverything) {
     }
     EXPECT_EQ(Register("/nowhere"), 0);
     EXPECT_EQ(descriptors(), before);
-    SetFen("8/8/8/8/3k4/8/8/KQ6 w - - 0 1");
-    int score;
-    EXPECT_FALSE(ProbeTablebase(&score));
     tablebase_men = 6;
-    EXPECT_FALSE(ProbeTablebase(&score));
+    EXPECT_GT(Check("kqk", WHITE, 100), 60);
 }
-
-#ifndef _WIN32
-TEST_F(Tablebases, WithoutFileDescriptorsTheRestIsUsed) {
-    const std::string names[] = {"kbk", "knk", "kpk", "kqk", "krk"};
-    for (const std::string& name : names) WriteTable(Path(name + ".nbw"), name, WHITE);
-    rlimit limit;
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &limit), 0);
-    std::FILE* const probe = std::fopen("/dev/null", "r");
-    const rlimit few = {rlim_t(fileno(probe)) + 3, limit.rlim_max};
-    std::fclose(probe);
-    // Capturing takes a descriptor of its own.
-    ::testing::internal::CaptureStdout();
-    ASSERT_EQ(setrlimit(RLIMIT_NOFILE, &few), 0);
-    const int men = RegisterTablebases(folder.c_str());
-    setrlimit(RLIMIT_NOFILE, &limit);
-    printed = ::testing::internal::GetCapturedStdout();
-    EXPECT_EQ(men, 3) << printed;
-    EXPECT_NE(printed.find("Too many open files"), std::string::npos) << printed;
-    EXPECT_NE(printed.find("Tried to open 5 files. Opened "), std::string::npos) << printed;
-    EXPECT_EQ(Check("kbk", WHITE, 100), 0);
-    EXPECT_GT(Check("krk", WHITE, 100), 60);
-}
-#endif
 
 }  // namespace
