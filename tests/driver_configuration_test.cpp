@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
-#include <vector>
 
 #include "board/console.h"
 #include "board/settings.h"

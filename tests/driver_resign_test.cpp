@@ -64,16 +64,16 @@ TEST_F(Resigning, AfterEnoughLostSearchesInARow) {
 TEST_F(Resigning, OtherGamesAndMovesTakenBackDoNotCount) {
     for (const bool other_game : {true, false}) {
         Restart();
-        Play({-900, -900});
+        Play({0, -900, -900});
         if (other_game) {
             SetInitialPosition();
-            EXPECT_TRUE(PlayMoves("g1h3 g8h6"));
+            EXPECT_TRUE(PlayMoves("g1h3 g8h6 b1a3 b8a6"));
         } else {
             UnmakeMove();
             UnmakeMove();
         }
         RecordForResign(-900, false);
-
+        MakeMove(LegalMoveList().front());
         EXPECT_FALSE(ShouldResign()) << other_game;
     }
 }

@@ -71,7 +71,7 @@ TEST_F(Positions, MaterialThatCannotMate) {
 // game drawn, a game with an illegal move, the first one lost on time, one unfinished, and one
 // from a set-up position.
 constexpr const char* GoodMoves =
-    "1. e4 {best by test; (really)} e5 2.Nf3 $1 Nc6 3. Bb5 a6 (3... Nf6 4. O-O {1-0} (4. d3 Bc5) Nxe4) 4. Ba4 Nf6\n"
+    "1. e4 {best by test; (really)} e5 2.Nf3 $1 Nc6 3. Bb5 a6 (3... Nf6 4. O-O {1-0 :)} (4. d3 Bc5) Nxe4) 4. Ba4 Nf6\n"
     "; 5. Qh5 a whole line of remark 0-1\n"
     "% an escape 0-1\n"
     "5. 0-0 Be7 6.Re1 b5 7. Bb3 d6! 8. c3 O-O 9. h3 Nb8 10. d4 Nbd7 11. Nbd2 Bb7 12. Bc2 Re8\n"
