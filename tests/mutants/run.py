@@ -8,10 +8,11 @@
 
 Works in a copy of this commit's tree with the changes of the working tree, build/mutants, so that the
 working tree is never touched. A fault is caught when a test fails or times out; one that does not
-compile is an error of the list. Needs what the tests need, and some two minutes a fault.
+compile is an error of the list. Needs what the tests need, rsync, and some two minutes a fault.
 """
 import argparse
 import pathlib
+import shutil
 import subprocess
 import sys
 import time
@@ -45,6 +46,8 @@ def quiet(*command, timeout=3600):
 
 
 def prepare():
+    if shutil.which("rsync") is None:
+        sys.exit("rsync is needed (package rsync)")
     TREE.mkdir(parents=True, exist_ok=True)
     sources = [str(ROOT / name) for name in FOLDERS] + [str(ROOT / "CMakeLists.txt")]
     steps = [
