@@ -96,6 +96,7 @@ TEST(Exchange, Threats) {
         {"defended knight attacked by a pawn", "4k3/8/4p3/3N4/2P5/8/8/4K3 w - -", 0, true},
         {"more than the margin", "4k3/8/8/8/r6R/8/8/4K3 w - -", 499, true},
         {"not more than the margin", "4k3/8/8/8/r6R/8/8/4K3 w - -", 500, false},
+        {"defended queen attacked by a rook, within the margin", "4k3/8/8/8/r6Q/6P1/8/4K3 w - -", 450, false},
         {"undefended pawn attacked", "4k3/8/8/8/r6P/8/8/4K3 w - -", 0, true},
         {"pawn about to promote", "4k3/8/8/8/8/8/p7/4K3 w - -", 0, true},
         {"pawn about to promote, blocked", "4k3/8/8/8/8/1K6/p7/N7 w - -", 0, false},
