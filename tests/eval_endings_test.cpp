@@ -9,7 +9,8 @@
 namespace {
 
 // White is the side that wins or would like to.
-enum class Verdict { Won, Better, Drawish, Dead };  // Better: won, but only just; no draw at any rate
+// Better: won, but only just; no draw at any rate. CannotWin: White is not ahead.
+enum class Verdict { Won, Better, Drawish, Dead, CannotWin };
 
 struct EndingCase {
     const char* why;
@@ -19,37 +20,30 @@ struct EndingCase {
 
 const EndingCase cases[] = {
     // Against a bare king.
-    {"queen", "8/8/4k3/8/8/8/8/KQ6 w - - 0 1", Verdict::Won},
-    {"rook, Black to move", "8/8/4k3/8/8/8/8/KR6 b - - 0 1", Verdict::Won},
     {"two bishops", "8/8/4k3/8/8/8/8/KBB5 w - - 0 1", Verdict::Won},
     {"two bishops of one colour", "8/8/4k3/8/8/B7/8/K1B5 w - - 0 1", Verdict::Dead},
     {"bishop and knight", "8/8/4k3/8/8/8/8/KBN5 w - - 0 1", Verdict::Won},
+    {"knight against bishop", "4kb2/8/8/8/8/8/8/4K1N1 w - - 0 1", Verdict::Dead},
     {"two knights", "8/8/4k3/8/8/8/8/KNN5 w - - 0 1", Verdict::Dead},
     {"three knights", "8/8/4k3/8/8/8/8/KNNN4 w - - 0 1", Verdict::Won},
-    {"one bishop", "8/8/4k3/8/8/8/8/KB6 w - - 0 1", Verdict::Dead},
-    {"queen and pawn", "8/8/4k3/8/8/8/P7/KQ6 w - - 0 1", Verdict::Won},
     {"knight and pawn", "8/8/4k3/8/2P5/2K5/8/5N2 w - - 0 1", Verdict::Won},
 
     // Pieces against pieces.
     {"queen against rook", "8/8/3k4/3r4/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"queen against bishop", "8/8/3k4/3b4/8/8/8/KQ6 w - - 0 1", Verdict::Won},
-    {"queen against knight", "8/8/3k4/3n4/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"queen against two knights", "8/8/2nk4/3n4/8/8/8/KQ6 w - - 0 1", Verdict::Drawish},
     {"queen against bishop and knight", "8/8/3k4/3nb3/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"queen against two bishops", "8/8/3k4/3bb3/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"two rooks against rook and bishop", "8/8/3k4/3rb3/8/8/8/KRR5 w - - 0 1", Verdict::Better},
     {"two rooks against rook and knight", "8/8/3k4/3rn3/8/8/8/KRR5 w - - 0 1", Verdict::Better},
-    {"queen and knight against queen", "8/8/3k4/3q4/8/8/8/KQN5 w - - 0 1", Verdict::Drawish},
     {"rook against bishop", "8/8/3k4/3b4/8/8/8/KR6 w - - 0 1", Verdict::Drawish},
     {"the same, in the corner of the bishop's colour", "8/8/8/8/8/2R2K2/8/5b1k w - - 0 1", Verdict::Won},
     {"the same, Black to move", "8/8/8/8/8/2R2K2/8/5b1k b - - 0 1", Verdict::Won},
     {"the same, Black to move, our king a step farther", "8/8/8/8/8/1R2K3/8/5b1k b - - 0 1", Verdict::Drawish},
-    {"the same, our king far", "8/8/8/8/8/8/2K1R3/5b1k w - - 0 1", Verdict::Drawish},
     {"the same, beside it, face to face", "8/8/8/8/8/R5K1/8/5bk1 w - - 0 1", Verdict::Won},
     {"the same, beside it, a file apart", "8/8/8/8/8/2R2K2/8/5bk1 w - - 0 1", Verdict::Won},
     {"the same, beside it on the file", "8/8/8/8/8/3R4/5K1k/5b2 w - - 0 1", Verdict::Won},
     {"the same, in the other corner", "8/8/8/8/8/2R2K2/8/6bk w - - 0 1", Verdict::Drawish},
-    {"rook against knight", "8/8/3k4/3n4/8/8/8/KR6 w - - 0 1", Verdict::Drawish},
     {"rook and bishop against rook", "8/8/3k4/3r4/8/8/8/KRB5 w - - 0 1", Verdict::Drawish},
     {"rook and knight against rook", "8/8/3k4/3r4/8/8/8/KRN5 w - - 0 1", Verdict::Drawish},
     {"queen and knight against queen", "8/8/3k4/3q4/8/8/8/KQN5 w - - 0 1", Verdict::Drawish},
@@ -61,7 +55,6 @@ const EndingCase cases[] = {
     {"the rook's pawn, king near enough on its own rank", "5Q2/8/8/3K4/8/8/pk6/8 w - - 0 1", Verdict::Won},
     {"the rook's pawn: stalemate, king one file too far", "5Q2/8/8/8/5K2/8/pk6/8 w - - 0 1", Verdict::Drawish},
     {"the rook's pawn, king slantwise too far", "5Q2/8/8/4K3/8/8/pk6/8 w - - 0 1", Verdict::Drawish},
-    {"the rook's pawn, king far", "5Q2/8/5K2/8/8/8/pk6/8 w - - 0 1", Verdict::Drawish},
     {"the rook's pawn not yet there, the queen comes before it", "5Q2/8/6K1/8/8/pk6/8/8 b - - 0 1", Verdict::Won},
     {"the bishop's pawn about to reach the seventh", "5Q2/8/6K1/8/8/1kp5/8/8 b - - 0 1", Verdict::Drawish},
     {"the bishop's pawn, king far", "5Q2/8/6K1/8/8/8/1kp5/8 w - - 0 1", Verdict::Drawish},
@@ -99,7 +92,6 @@ const EndingCase cases[] = {
 
     // The corner and the rook's pawn.
     {"wrong bishop", "k7/8/1K6/P7/8/8/3B4/8 w - - 0 1", Verdict::Dead},
-    {"wrong bishop, Black to move", "8/1k6/8/PK6/8/8/3B4/8 b - - 0 1", Verdict::Dead},
     {"wrong bishop and two pawns on the file", "k7/8/PK6/P7/8/8/3B4/8 w - - 0 1", Verdict::Dead},
     {"right bishop", "k7/8/1K6/P7/8/8/4B3/8 w - - 0 1", Verdict::Won},
     {"wrong bishop, the corner in reach", "8/2k5/8/P7/8/2B5/8/K7 w - - 0 1", Verdict::Drawish},
@@ -115,9 +107,11 @@ const EndingCase cases[] = {
 
     // Minor pieces with and against pawns.
     {"a bishop cannot win against pawns", "8/5p2/4k3/8/8/3BK3/8/8 w - - 0 1", Verdict::Drawish},
-    {"a knight cannot win against pawns", "8/5p2/4k3/8/8/3NK3/8/8 w - - 0 1", Verdict::Drawish},
+    {"a knight before a pawn", "8/8/8/8/8/5k2/6p1/4K1N1 w - - 0 1", Verdict::CannotWin},
+    {"a knight caught by a pawn", "8/8/8/8/8/5k2/p7/N3K3 w - - 0 1", Verdict::CannotWin},
+    {"a bishop and a rook's pawn at home", "8/p7/k7/8/8/8/8/K1B5 w - - 0 1", Verdict::CannotWin},
+    {"two knights and a rook's pawn at home", "8/p7/k7/8/8/8/8/K1NN4 w - - 0 1", Verdict::CannotWin},
     {"two knights cannot win against a far pawn", "8/5p2/4k3/8/8/2NNK3/8/8 w - - 0 1", Verdict::Drawish},
-    {"opposite bishops, one pawn", "8/3k4/8/3PK3/8/8/1b6/5B2 w - - 0 1", Verdict::Drawish},
     {"opposite bishops, two pawns on one file", "3k4/8/8/3PK3/3P4/8/1b6/5B2 w - - 0 1", Verdict::Drawish},
     {"opposite bishops, pawns side by side on the fifth", "8/3k4/1b6/3PP3/4K3/8/8/5B2 w - - 0 1", Verdict::Drawish},
     {"opposite bishops, side by side, the king before one", "8/2k5/1b6/3PP3/4K3/8/8/5B2 w - - 0 1", Verdict::Drawish},
@@ -130,20 +124,17 @@ const EndingCase cases[] = {
     {"rook on the third rank holds the queen out", "3k4/2p5/3r4/8/3K4/8/8/Q7 w - - 0 1", Verdict::Drawish},
 
     // Pawns alone.
-    {"two pawns against none", "8/3k4/8/8/8/1PP5/1K6/8 w - - 0 1", Verdict::Won},
-    {"two pawns on one file", "8/8/3k4/8/3P4/3K4/3P4/8 w - - 0 1", Verdict::Won},
     {"one pawn each, nothing doing", "8/3k4/3p4/8/8/3P4/3K4/8 w - - 0 1", Verdict::Drawish},
 };
-
-constexpr int WonAtLeast = 200, BetterAtLeast = 70, DrawishAtMost = 60;
 
 void ExpectVerdict(const EndingCase& c, const std::string& fen, int score) {
     SCOPED_TRACE(std::string(c.why) + ": " + fen);
     switch (c.verdict) {
-        case Verdict::Won: EXPECT_GE(score, WonAtLeast); break;
-        case Verdict::Better: EXPECT_GE(score, BetterAtLeast); break;
-        case Verdict::Drawish: EXPECT_LE(std::abs(score), DrawishAtMost); break;
+        case Verdict::Won: EXPECT_GE(score, 200); break;
+        case Verdict::Better: EXPECT_GE(score, 70); break;
+        case Verdict::Drawish: EXPECT_LE(std::abs(score), 60); break;
         case Verdict::Dead: EXPECT_EQ(score, 0); break;
+        case Verdict::CannotWin: EXPECT_LE(score, 8); break;
     }
 }
 

@@ -35,6 +35,7 @@ constexpr TestPosition test_positions[] = {
     {"en passant for White", "rnbqkbnr/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3"},
     {"en passant for Black", "rnbqkbnr/ppp1pppp/8/8/3pP3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 3"},
     {"en passant bares the king along the rank", "8/8/8/8/k2Pp2Q/8/8/3K4 b - d3 0 1"},
+    {"en passant uncovers check along the rank", "8/8/8/R2pP2k/8/8/8/4K3 w - d6 0 1"},
     {"en passant uncovers a bishop", "8/5bk1/8/2Pp4/8/1K6/8/8 w - d6 0 1"},
     {"en passant takes the checking pawn", "8/8/8/3k4/2Pp4/8/8/4K3 b - c3 0 1"},
     {"two pawns may take en passant", "4k3/8/8/8/2pPp3/8/8/4K3 b - d3 0 1"},
