@@ -4,9 +4,6 @@
 // that it depends on what the process did before.
 #include <gtest/gtest.h>
 
-#include <cstring>
-
-#include "board/position.h"
 #include "tests/support/engine_environment.h"
 #include "tools/common/signature.h"
 
@@ -21,20 +18,4 @@ TEST(Signature, DoesNotDependOnEarlierSearches) {
         EXPECT_GT(first[i], 100) << "hardly a search";
         EXPECT_EQ(SignatureNodes(signature_fens[i], depth), first[i]);
     }
-}
-
-TEST(Signature, PositionsArePlayableAndLeftAsTheyWere) {
-    ResetEngine();
-    for (const char* fen : signature_fens) {
-        SCOPED_TRACE(fen);
-        SetFen(fen);
-        ASSERT_TRUE(IsPlayable());
-        Position before;
-        std::memcpy(static_cast<void*>(&before), &thread_board, sizeof before);
-        const int history = history_count;
-        SignatureNodes(fen, 4);
-        EXPECT_EQ(std::memcmp(&before, &thread_board, sizeof before), 0);
-        EXPECT_EQ(history_count, history);
-    }
-    ResetEngine();
 }

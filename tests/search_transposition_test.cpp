@@ -33,15 +33,18 @@ TableProbe Probe(int alpha, int beta, int depth, int ply = NoPly, bool cutoffs =
 // Positions that differ, one legal first move each.
 const char* const first_moves[] = {"a2a3", "b2b3", "c2c3", "d2d3", "e2e3", "f2f3"};
 
-void StoreAfter(const char* move, int depth, int score) {
+void SetUpAfter(const char* move) {
     SetInitialPosition();
     MakeMove(ParseCoordinate(move));
+}
+
+void StoreAfter(const char* move, int depth, int score) {
+    SetUpAfter(move);
     StoreTable(depth, 0, score, BoundExact, 0, 0, NoPly);
 }
 
 bool KnownAfter(const char* move) {
-    SetInitialPosition();
-    MakeMove(ParseCoordinate(move));
+    SetUpAfter(move);
     return PeekTable() != nullptr;
 }
 
@@ -68,7 +71,6 @@ const CutoffCase cutoff_cases[] = {
     {"exact and deep enough", 16, BoundExact, 10, 0, 50, 16, true, true, true},
     {"exact but too shallow by a quarter ply", 15, BoundExact, 10, 0, 50, 16, false, true, true},
     {"too shallow even to single a move out", 7, BoundExact, 10, 0, 50, 16, false, true, false},
-    {"upper bound below alpha", 16, BoundUpper, -5, 0, 50, 16, true, true, false},
     {"upper bound at alpha", 16, BoundUpper, 0, 0, 50, 16, true, true, false},
     {"upper bound inside the window", 16, BoundUpper, 20, 0, 50, 16, false, true, false},
     {"upper bound above beta forbids nothing", 16, BoundUpper, 60, 0, 50, 16, false, false, false},
@@ -92,46 +94,49 @@ TEST_F(TranspositionTest, CutsOffOnlyWhereTheBoundProvesIt) {
 
 TEST_F(TranspositionTest, QuiescenceComparesNoDepth) {
     StoreTable(0, 0, 10, BoundExact, 0, 0, NoPly);
-    TableProbe probe;
-    ProbeQuiescence(probe, 0, 50, NoPly, true);
-    EXPECT_TRUE(probe.cutoff);
-    ProbeQuiescence(probe, 0, 50, NoPly, false);
-    EXPECT_TRUE(probe.hit);
-    EXPECT_FALSE(probe.cutoff);
+    for (const bool cutoffs : {true, false}) {
+        TableProbe probe;
+        ProbeQuiescence(probe, 0, 50, NoPly, cutoffs);
+        EXPECT_TRUE(probe.hit);
+        EXPECT_EQ(probe.cutoff, cutoffs);
+    }
 }
 
-TEST_F(TranspositionTest, OtherSideToMoveNeverHits) {
-    SetFen("4k3/8/8/8/8/8/8/4K3 w - - 0 1");
-    StoreTable(8, 0, 1, BoundExact, 0, 0, NoPly);
-    SetFen("4k3/8/8/8/8/8/8/4K3 b - - 0 1");
-    EXPECT_FALSE(Probe(-10, 10, 4).hit);
+TEST_F(TranspositionTest, WhatMakesPositionsDiffer) {
+    const struct {
+        const char* why;
+        const char* stored;
+        const char* probed;
+        bool hit;
+    } cases[] = {
+        {"the other side to move", "4k3/8/8/8/8/8/8/4K3 w - -", "4k3/8/8/8/8/8/8/4K3 b - -", false},
+        {"en passant that nobody can play", "4k3/8/8/8/4P3/8/8/4K3 b - e3", "4k3/8/8/8/4P3/8/8/4K3 b - -", true},
+        {"en passant", "4k3/8/8/8/3pP3/8/8/4K3 b - e3", "4k3/8/8/8/3pP3/8/8/4K3 b - -", false},
+    };
+    for (const auto& c : cases) {
+        SetFen(c.stored);
+        StoreTable(8, 0, 1, BoundExact, 0, 0, NoPly);
+        SetFen(c.probed);
+        EXPECT_EQ(Probe(-10, 10, 4).hit, c.hit) << c.why;
+    }
 }
 
-TEST_F(TranspositionTest, AnUnusableEnPassantSquareDoesNotMatter) {
-    SetFen("4k3/8/8/8/4P3/8/8/4K3 b - e3 0 1");
-    StoreTable(8, 0, 1, BoundExact, 0, 0, NoPly);
-    SetFen("4k3/8/8/8/4P3/8/8/4K3 b - - 0 1");
-    EXPECT_TRUE(Probe(-10, 10, 4).hit);
-    SetFen("4k3/8/8/8/3pP3/8/8/4K3 b - e3 0 1");
-    StoreTable(8, 0, 1, BoundExact, 0, 0, NoPly);
-    SetFen("4k3/8/8/8/3pP3/8/8/4K3 b - - 0 1");
-    EXPECT_FALSE(Probe(-10, 10, 4).hit) << "here the capture is possible, so the positions differ";
-}
-
+// Mate in 7 plies from the root, found at ply 5, is mate in 2 plies from the node.
 TEST_F(TranspositionTest, MateDistancesMoveWithThePly) {
-    // Mate in 7 plies from the root, found at ply 5, is mate in 2 plies from the node.
-    StoreTable(8, 0, MATE - 7, BoundExact, 0, 0, 5);
-    EXPECT_EQ(PeekTable()->score, MATE - 2);
-    EXPECT_EQ(Probe(-10, 10, 4, 3).value, MATE - 5);
-    ClearTable();
-    StoreTable(8, 0, 7 - MATE, BoundExact, 0, 0, 5);
-    EXPECT_EQ(Probe(-10, 10, 4, 3).value, 5 - MATE);
-    ClearTable();
-    StoreTable(8, 0, MATE - 7, BoundLower, 0, 0, 5);
-    EXPECT_EQ(PeekTable()->score, MateBound) << "a bound carries no mate distance";
-    ClearTable();
-    StoreTable(8, 0, 7 - MATE, BoundUpper, 0, 0, 5);
-    EXPECT_EQ(PeekTable()->score, -MateBound);
+    const struct {
+        int score, bound, stored, at_ply_3;
+    } cases[] = {
+        {MATE - 7, BoundExact, MATE - 2, MATE - 5},
+        {7 - MATE, BoundExact, 2 - MATE, 5 - MATE},
+        {MATE - 7, BoundLower, MateBound, MateBound},  // a bound carries no mate distance
+        {7 - MATE, BoundUpper, -MateBound, -MateBound},
+    };
+    for (const auto& c : cases) {
+        ClearTable();
+        StoreTable(8, 0, c.score, c.bound, 0, 0, 5);
+        EXPECT_EQ(PeekTable()->score, c.stored);
+        EXPECT_EQ(Probe(-10, 10, 4, 3).value, c.at_ply_3);
+    }
 }
 
 TEST_F(TranspositionTest, ShallowerResultOfTheSamePositionOnlyAddsFlags) {
@@ -161,8 +166,7 @@ TEST_F(TranspositionTest, FullBucketGivesUpItsShallowestOrOldest) {
 
     // After ageing, a probe renews one entry; the next victim is an old one however deep.
     AgeTable(1);
-    SetInitialPosition();
-    MakeMove(ParseCoordinate(first_moves[1]));
+    SetUpAfter(first_moves[1]);
     Probe(-10, 10, 4);
     StoreAfter(first_moves[5], 4, 5);
     EXPECT_TRUE(KnownAfter(first_moves[5]));
