@@ -36,8 +36,6 @@ const Pair pairs[] = {
     {"near the king", "r4rk1/ppp2ppp/2n2n2/3qb3/6N1/2NQ4/PPP2PPP/R4RK1",
      "r4rk1/ppp2ppp/2n2n2/3qb3/8/N1NQ4/PPP2PPP/R4RK1"},
     {"the king in the centre of an ending", "8/pp4pp/4k3/8/4K3/8/PP4PP/8", "8/pp4pp/4k3/8/8/8/PP4PP/6K1"},
-    {"may castle behind whole pawns", "r3k2r/ppp5/2n2q2/8/8/2N2Q2/PPP5/R3K2R w Qkq - 0 1",
-     "r3k2r/ppp5/2n2q2/8/8/2N2Q2/PPP5/R3K2R w kq - 0 1"},
     // Pawns.
     {"isolated pawn", "4k1n1/pppp4/8/8/8/8/1PPP3P/4K1N1", "4k1n1/pppp4/8/8/8/8/P1P1P2P/4K1N1"},
     {"doubled pawns", "4k1n1/ppp2ppp/8/8/8/8/PPP2PPP/4K1N1", "4k1n1/ppp2ppp/8/8/8/2P5/P1P2PPP/4K1N1"},
@@ -95,6 +93,8 @@ TEST(Judgement, PlacesOfTerms) {
         {"a knight beside the enemy king", "rk6/8/N7/8/8/8/8/R5K1 w - - 0 1", WHITE, EnemyKingKnight + h3},
         {"a queen of the other colour", "r5k1/5ppp/8/8/8/7q/PPP5/QR4K1 b - - 0 1", BLACK, EnemyKingQueen + h3},
         {"our king's steps to a passed pawn's next", "r5k1/8/8/8/1P6/8/8/R1K5 w - - 0 1", WHITE, PassedOwnKing + 2, 4},
+        {"the shelter where the king may castle", "r1bqk3/8/8/8/2P5/5P2/PP6/R1BQK3 w Q - 0 1", BLACK,
+         ShelterPawn + 7 + 1},
         {"a pawn on the fourth attacks a pawn", "r5k1/8/8/3p4/4P3/8/8/R5K1 w - - 0 1", WHITE, LeverPawn + 2},
         {"one on the fifth", "r5k1/8/3p4/4P3/8/8/8/R5K1 w - - 0 1", WHITE, LeverPawn + 3},
         {"a pawn on the third would, after a step", "r5k1/8/8/3p4/8/4P3/8/R5K1 w - - 0 1", WHITE, LeverPush + 1},
