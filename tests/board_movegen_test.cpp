@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "board/attacks.h"
-#include "board/legality.h"
 #include "board/ordering_data.h"
 #include "tests/support/random_games.h"
 

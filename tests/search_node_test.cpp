@@ -4,8 +4,6 @@
 #include <string>
 
 #include "board/attacks.h"
-#include "board/make_move.h"
-#include "board/notation.h"
 #include "board/ordering_data.h"
 #include "board/settings.h"
 #include "eval/evaluate.h"

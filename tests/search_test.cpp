@@ -5,8 +5,6 @@
 #include <string>
 
 #include "board/legality.h"
-#include "board/make_move.h"
-#include "board/notation.h"
 #include "board/ordering_data.h"
 #include "board/settings.h"
 #include "driver/game_state.h"

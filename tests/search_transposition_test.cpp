@@ -4,10 +4,7 @@
 // position lands in the same four slots.
 #include <gtest/gtest.h>
 
-#include "board/make_move.h"
-#include "board/notation.h"
 #include "board/ordering_data.h"
-#include "board/position.h"
 #include "search/transposition.h"
 #include "tests/support/board_helpers.h"
 #include "tests/support/engine_environment.h"
@@ -25,7 +22,7 @@ struct TranspositionTest : ::testing::Test {
 };
 
 TableProbe Probe(int alpha, int beta, int depth, int ply = NoPly, bool cutoffs = true) {
-    TableProbe probe = TableProbe{};
+    TableProbe probe;
     ProbeMain(probe, alpha, beta, depth, ply, cutoffs);
     return probe;
 }
@@ -61,44 +58,39 @@ TEST_F(TranspositionTest, GivesBackWhatWasStored) {
     EXPECT_TRUE(probe.node_mark);
 }
 
-struct CutoffCase {
-    const char* why;
-    int stored_depth, bound, score, alpha, beta, depth;
-    bool cutoff, null_forbidden, singular;
-};
-
-const CutoffCase cutoff_cases[] = {
-    {"exact and deep enough", 16, BoundExact, 10, 0, 50, 16, true, true, true},
-    {"exact but too shallow by a quarter ply", 15, BoundExact, 10, 0, 50, 16, false, true, true},
-    {"too shallow even to single a move out", 7, BoundExact, 10, 0, 50, 16, false, true, false},
-    {"upper bound at alpha", 16, BoundUpper, 0, 0, 50, 16, true, true, false},
-    {"upper bound inside the window", 16, BoundUpper, 20, 0, 50, 16, false, true, false},
-    {"upper bound above beta forbids nothing", 16, BoundUpper, 60, 0, 50, 16, false, false, false},
-    {"lower bound at beta", 16, BoundLower, 50, 0, 50, 16, true, false, true},
-    {"lower bound inside the window", 16, BoundLower, 20, 0, 50, 16, false, false, true},
-};
-
+// Asked for 16 quarter plies within 0 and 50.
 TEST_F(TranspositionTest, CutsOffOnlyWhereTheBoundProvesIt) {
-    for (const CutoffCase& c : cutoff_cases) {
+    constexpr int alpha = 0, beta = 50, wanted = 16;
+    const struct {
+        const char* why;
+        int depth, bound, score;
+        bool cutoff, null_forbidden, singular;
+    } cases[] = {
+        {"exact and deep enough", 16, BoundExact, 10, true, true, true},
+        {"exact but too shallow by a quarter ply", 15, BoundExact, 10, false, true, true},
+        {"too shallow even to single a move out", 7, BoundExact, 10, false, true, false},
+        {"upper bound at alpha", 16, BoundUpper, 0, true, true, false},
+        {"upper bound inside the window", 16, BoundUpper, 20, false, true, false},
+        {"upper bound above beta forbids nothing", 16, BoundUpper, 60, false, false, false},
+        {"lower bound at beta", 16, BoundLower, 50, true, false, true},
+        {"lower bound inside the window", 16, BoundLower, 20, false, false, true},
+    };
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
         ClearTable();
-        StoreTable(c.stored_depth, 0, c.score, c.bound, 0, 0, NoPly);
-        const TableProbe probe = Probe(c.alpha, c.beta, c.depth);
+        StoreTable(c.depth, 0, c.score, c.bound, 0, 0, NoPly);
+        const TableProbe probe = Probe(alpha, beta, wanted);
         EXPECT_EQ(probe.cutoff, c.cutoff);
         EXPECT_EQ(probe.value, c.cutoff ? c.score : 0);
         EXPECT_EQ(probe.null_forbidden, c.null_forbidden);
         EXPECT_EQ(probe.singular_mark, c.singular);
-        EXPECT_FALSE(Probe(c.alpha, c.beta, c.depth, NoPly, false).cutoff) << "cut-offs were not allowed";
-    }
-}
-
-TEST_F(TranspositionTest, QuiescenceComparesNoDepth) {
-    StoreTable(0, 0, 10, BoundExact, 0, 0, NoPly);
-    for (const bool cutoffs : {true, false}) {
-        TableProbe probe;
-        ProbeQuiescence(probe, 0, 50, NoPly, cutoffs);
-        EXPECT_TRUE(probe.hit);
-        EXPECT_EQ(probe.cutoff, cutoffs);
+        EXPECT_FALSE(Probe(alpha, beta, wanted, NoPly, false).cutoff) << "cut-offs were not allowed";
+        for (const bool allowed : {true, false}) {
+            TableProbe quiescence;
+            ProbeQuiescence(quiescence, alpha, beta, NoPly, allowed);
+            EXPECT_TRUE(quiescence.hit);
+            EXPECT_EQ(quiescence.cutoff, allowed && (c.cutoff || c.depth < wanted)) << "compares no depth";
+        }
     }
 }
 
@@ -186,7 +178,6 @@ TEST_F(TranspositionTest, HashFullCountsSlotsTakenBySearch) {
 
 TEST_F(TranspositionTest, SizeZeroSwitchesTheTableOff) {
     ASSERT_TRUE(AllocateTable(0));
-    SetInitialPosition();
     StoreTable(8, 0, 1, BoundExact, 0, 0, NoPly);
     EXPECT_FALSE(Probe(-10, 10, 4).hit);
     EXPECT_EQ(HashFull(), 0);

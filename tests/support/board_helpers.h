@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string>
@@ -83,31 +84,21 @@ inline PositionBytes BytesOfPosition() {
 
 // The name of the first field in which two positions differ, "" if there is none.
 inline std::string DifferingField(const Position& a, const Position& b) {
-#define DIFFERS(field) \
-    if (std::memcmp(&a.field, &b.field, sizeof a.field) != 0) return #field
-    DIFFERS(occupied);
-    DIFFERS(file_occupied);
-    DIFFERS(diagonal);
-    DIFFERS(anti_diagonal);
-    DIFFERS(colour);
-    DIFFERS(pieces);
-    DIFFERS(rook_movers);
-    DIFFERS(bishop_movers);
-    DIFFERS(hash_key);
-    DIFFERS(pawn_key);
-    DIFFERS(SideToMove);
-    DIFFERS(king_square);
-    DIFFERS(castling);
-    DIFFERS(fifty);
-    DIFFERS(MaterialIndex);
-    DIFFERS(piece_square);
-    DIFFERS(Material);
-    DIFFERS(NonPawnMaterial);
-    DIFFERS(MajorUnits);
-    DIFFERS(MinorCount);
-    DIFFERS(piece_total);
-    DIFFERS(PieceCount);
-    DIFFERS(board);
-#undef DIFFERS
+#define FIELD(name) \
+    { #name, offsetof(Position, name), sizeof(Position::name) }
+    static const struct {
+        const char* name;
+        size_t at, size;
+    } fields[] = {
+        FIELD(occupied),     FIELD(file_occupied), FIELD(diagonal),        FIELD(anti_diagonal), FIELD(colour),
+        FIELD(pieces),       FIELD(rook_movers),   FIELD(bishop_movers),   FIELD(hash_key),      FIELD(pawn_key),
+        FIELD(SideToMove),   FIELD(king_square),   FIELD(castling),        FIELD(fifty),         FIELD(MaterialIndex),
+        FIELD(piece_square), FIELD(Material),      FIELD(NonPawnMaterial), FIELD(MajorUnits),    FIELD(MinorCount),
+        FIELD(piece_total),  FIELD(PieceCount),    FIELD(board),
+    };
+#undef FIELD
+    const auto bytes = [](const Position& p) { return reinterpret_cast<const unsigned char*>(&p); };
+    for (const auto& field : fields)
+        if (std::memcmp(bytes(a) + field.at, bytes(b) + field.at, field.size) != 0) return field.name;
     return "";
 }
