@@ -124,6 +124,7 @@ const EndingCase cases[] = {
     {"rook on the third rank holds the queen out", "3k4/2p5/3r4/8/3K4/8/8/Q7 w - - 0 1", Verdict::Drawish},
 
     // Pawns alone.
+    {"opposition held", "8/8/8/4k3/8/4K3/4P3/8 w - - 0 1", Verdict::Dead},
     {"one pawn each, nothing doing", "8/3k4/3p4/8/8/3P4/3K4/8 w - - 0 1", Verdict::Drawish},
 };
 

@@ -121,12 +121,16 @@ TEST(Judgement, DecidedPositions) {
     } const cases[] = {
         {"a rook up", "r3k3/ppp2ppp/8/8/8/8/PPP2PPP/R3K2R w - - 0 1", 400},
         {"rook against a far pawn", "8/8/8/k7/7p/6K1/8/R7 w - - 0 1", 300},
+        {"opposition lost", "8/8/8/4k3/8/4K3/4P3/8 b - - 0 1", 500},
         {"an unstoppable pawn", "8/8/8/P7/7k/8/8/K7 w - - 0 1", 300},
         {"a queen, and the king before the last pawn", "8/7k/8/8/4p3/8/4K3/Q7 w - - 0 1", 800},
         {"a rook, and three pawns left on one wing", "6k1/6p1/8/8/8/8/6PP/R5K1 w - - 0 1", 500},
         {"two passed pawns against none", "6k1/8/8/8/PP6/8/8/6K1 w - - 0 1", 300},
     };
-    for (const auto& c : cases) EXPECT_GT(WhiteScore(c.fen), c.at_least) << c.why;
+    for (const auto& c : cases) {
+        EXPECT_GT(WhiteScore(c.fen), c.at_least) << c.why;
+        EXPECT_GT(-WhiteScore(ColourFlipped(c.fen)), c.at_least) << c.why;
+    }
     ResetEngine();
 }
 

@@ -95,26 +95,6 @@ TEST(Kpk, EqualsThePlainSolver) {
     EXPECT_GT(wins, 100000);
 }
 
-// The evaluation asks the bitbase with men and sides in their right places.
-TEST(Kpk, KnownPositions) {
-    const struct {
-        const char* why;
-        const char* fen;
-        int result;  // White's view: 1, 0, -1
-    } cases[] = {
-        {"opposition held", "8/8/8/4k3/8/4K3/4P3/8 w - - 0 1", 0},
-        {"opposition lost", "8/8/8/4k3/8/4K3/4P3/8 b - - 0 1", 1},
-        {"Black's pawn wins", "8/8/8/8/4p3/4k3/8/4K3 b - - 0 1", -1},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.why);
-        const int score = WhiteScore(c.fen);
-        if (c.result == 0) EXPECT_EQ(score, 0);
-        else EXPECT_GT(score * c.result, 500);
-    }
-    ResetEngine();
-}
-
 // A won pawn ending must become better as the pawn goes forward, or it never does.
 TEST(Kpk, ScoreGrowsTowardsPromotion) {
     int last = 0;

@@ -61,6 +61,8 @@ TEST_F(SearchNodeTest, ReturnsAtOnce) {
         thread_board.fifty = c.fifty;
         EXPECT_EQ(search(c.alpha, c.beta, 3 * ONE_PLY, true, c.beta - c.alpha > 1 ? PvNode : CutNode), c.expected);
     }
+    EnterNode(return_cases[0].fen, 9);
+    EXPECT_EQ(quiesce(-MATE, MATE, 0, PvNode), 9 - MATE);
 }
 
 // One king move would repeat the position of three plies ago: White, a queen down, has a draw.

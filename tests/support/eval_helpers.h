@@ -21,11 +21,6 @@ inline std::string FilesReversed(const std::string& fen) {
     return board + " " + fields[1] + " - - 0 1";
 }
 
-inline std::string WithoutCastling(const std::string& fen) {
-    const std::vector<std::string> fields = Split(fen, ' ');
-    return fields[0] + " " + fields[1] + " - - 0 1";
-}
-
 // The full evaluation of the position on the board, side to move's view, no cache involved.
 inline int FreshScore() {
     int score = NotEvaluated;
