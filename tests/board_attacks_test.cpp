@@ -48,19 +48,6 @@ TEST(Attacks, RandomlyFilledBoards) {
     SetInitialPosition();
 }
 
-TEST(Attacks, TablesOfTheEmptyBoard) {
-    const PlainBoard empty;
-    for (Square a = A1; a <= H8; ++a) {
-        EXPECT_EQ(knight_attacks[a], PlainAttacks(empty, 'N', a)) << a;
-        EXPECT_EQ(king_attacks[a], PlainAttacks(empty, 'K', a)) << a;
-        EXPECT_EQ(rook_rays[a], PlainAttacks(empty, 'R', a)) << a;
-        EXPECT_EQ(bishop_rays[a], PlainAttacks(empty, 'B', a)) << a;
-        EXPECT_EQ(queen_rays[a], PlainAttacks(empty, 'Q', a)) << a;
-        EXPECT_EQ(pawn_attacks[WHITE][a], PlainAttacks(empty, 'P', a)) << a;
-        EXPECT_EQ(pawn_attacks[BLACK][a], PlainAttacks(empty, 'p', a)) << a;
-    }
-}
-
 // Walking from a square in each direction: what has been passed lies between.
 TEST(Attacks, LinesBetweenSquares) {
     static int8_t steps[64][64];

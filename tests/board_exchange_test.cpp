@@ -86,8 +86,7 @@ TEST(Exchange, RandomGamesAgainstPlayingItOut) {
 
 TEST(Exchange, Threats) {
     struct {
-        const char* why;
-        const char* fen;
+        const char *why, *fen;
         int margin;
         bool threatened;
     } const cases[] = {

@@ -45,10 +45,7 @@ TEST(CoordinateText, WhatLooksLikeAMove) {
 TEST(CoordinateText, Reading) {
     constexpr const char* Promotion = "8/P6k/8/8/8/8/7K/8 w - -";
     struct {
-        const char* why;
-        const char* fen;
-        const char* text;
-        const char* move;
+        const char *why, *fen, *text, *move;
     } const cases[] = {
         {"capital letters", StartFen, "E2E4", "e2e4"},
         {"more words behind", StartFen, "e2e4 e7e5", "e2e4"},
@@ -74,8 +71,7 @@ TEST(CoordinateText, Reading) {
 
 TEST(San, Tokens) {
     struct {
-        const char* why;
-        const char* text;
+        const char *why, *text;
         std::vector<std::string> tokens;
     } const cases[] = {
         {"the last one needs no end", "e4 Nf3", {"e4", "Nf3"}},
@@ -114,10 +110,7 @@ TEST(San, Matching) {
     constexpr const char* EnPassant = "4k3/8/8/3pP3/8/8/8/4K3 w - d6";
     const std::string Fine, Unknown = "Can't recognize", Ambiguous = "Ambigous move";
     struct {
-        const char* why;
-        const char* fen;
-        const char* token;
-        const char* move;
+        const char *why, *fen, *token, *move;
         std::string complaint;
     } const cases[] = {
         {"pawn letter", StartFen, "Pe4", "e2e4", Fine},
@@ -161,10 +154,7 @@ TEST(San, ErrorFlagStays) {
 
 TEST(San, Writing) {
     struct {
-        const char* why;
-        const char* fen;
-        const char* move;
-        const char* san;
+        const char *why, *fen, *move, *san;
     } const cases[] = {
         {"file decides", "4k3/8/8/8/8/8/5P2/1N2KNN1 w - -", "b1d2", "Nbd2"},
         {"rank decides", "4k3/8/8/6N1/8/8/8/4K1N1 w - -", "g1f3", "N1f3"},

@@ -42,8 +42,7 @@ TEST(Zobrist, KeysAreTheAgreedOnes) {
 
 TEST(Zobrist, EnPassantCountsOnlyWhenItCanBePlayed) {
     const struct {
-        const char* why;
-        const char* fen;
+        const char *why, *fen;
         uint64_t en_passant;
     } cases[] = {
         {"a pawn beside", "4k3/8/8/8/3Pp3/8/8/4K3 b - d3", ZobristEnPassant[3]},
@@ -103,9 +102,7 @@ TEST(Fen, RoundTrip) {
 
 TEST(Fen, OddForms) {
     struct {
-        const char* why;
-        const char* text;
-        const char* fen;
+        const char *why, *text, *fen;
     } const cases[] = {
         {"fields after the placement may be missing", "4k3/8/8/8/8/8/8/4K3", "4k3/8/8/8/8/8/8/4K3 b - -"},
         {"no text at all", "", "8/8/8/8/8/8/8/8 b - -"},
@@ -161,8 +158,7 @@ TEST(Fen, SetUpForgetsWhatWasThere) {
 
 TEST(Fen, MaterialIndex) {
     struct {
-        const char* why;
-        const char* fen;
+        const char *why, *fen;
         int index;
     } const cases[] = {
         {"one of each digit: white", "4k3/8/8/8/8/8/P7/QRBNK3 w - -", 1 + 9 + 81 + 729 + 6561},

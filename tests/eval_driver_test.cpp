@@ -45,8 +45,7 @@ TEST_F(EvaluationDriver, FiftyMoveScaling) {
 constexpr const char* QueenUp = "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - -";
 constexpr int Full = NotEvaluated;
 struct LazyCase {
-    const char* why;
-    const char* fen;
+    const char *why, *fen;
     Colour root;
     int low, high;
     int score;  // side to move's view; Full when not lazy

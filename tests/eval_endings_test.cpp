@@ -13,8 +13,7 @@ namespace {
 enum class Verdict { Won, Better, Drawish, Dead, CannotWin };
 
 struct EndingCase {
-    const char* why;
-    const char* fen;
+    const char *why, *fen;
     Verdict verdict;
 };
 
@@ -30,12 +29,10 @@ const EndingCase cases[] = {
 
     // Pieces against pieces.
     {"queen against rook", "8/8/3k4/3r4/8/8/8/KQ6 w - - 0 1", Verdict::Won},
-    {"queen against bishop", "8/8/3k4/3b4/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"queen against two knights", "8/8/2nk4/3n4/8/8/8/KQ6 w - - 0 1", Verdict::Drawish},
     {"queen against bishop and knight", "8/8/3k4/3nb3/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"queen against two bishops", "8/8/3k4/3bb3/8/8/8/KQ6 w - - 0 1", Verdict::Won},
     {"two rooks against rook and bishop", "8/8/3k4/3rb3/8/8/8/KRR5 w - - 0 1", Verdict::Better},
-    {"two rooks against rook and knight", "8/8/3k4/3rn3/8/8/8/KRR5 w - - 0 1", Verdict::Better},
     {"rook against bishop", "8/8/3k4/3b4/8/8/8/KR6 w - - 0 1", Verdict::Drawish},
     {"the same, in the corner of the bishop's colour", "8/8/8/8/8/2R2K2/8/5b1k w - - 0 1", Verdict::Won},
     {"the same, Black to move", "8/8/8/8/8/2R2K2/8/5b1k b - - 0 1", Verdict::Won},
@@ -45,7 +42,6 @@ const EndingCase cases[] = {
     {"the same, beside it on the file", "8/8/8/8/8/3R4/5K1k/5b2 w - - 0 1", Verdict::Won},
     {"the same, in the other corner", "8/8/8/8/8/2R2K2/8/6bk w - - 0 1", Verdict::Drawish},
     {"rook and bishop against rook", "8/8/3k4/3r4/8/8/8/KRB5 w - - 0 1", Verdict::Drawish},
-    {"rook and knight against rook", "8/8/3k4/3r4/8/8/8/KRN5 w - - 0 1", Verdict::Drawish},
     {"queen and knight against queen", "8/8/3k4/3q4/8/8/8/KQN5 w - - 0 1", Verdict::Drawish},
     {"two bishops against a knight win in the end", "8/8/3k4/3n4/8/8/8/KBB5 w - - 0 1", Verdict::Better},
     {"two rooks against a rook", "8/8/3k4/3r4/8/8/8/KRR5 w - - 0 1", Verdict::Won},
@@ -139,10 +135,9 @@ void ExpectVerdict(const EndingCase& c, const std::string& fen, int score) {
     }
 }
 
-class Endings : public testing::Test {
-protected:
-    void SetUp() override { ResetEngine(); }
-    void TearDown() override { ResetEngine(); }
+struct Endings : testing::Test {
+    Endings() { ResetEngine(); }
+    ~Endings() override { ResetEngine(); }
 };
 
 TEST_F(Endings, VerdictsOfTheory) {
@@ -156,9 +151,7 @@ TEST_F(Endings, VerdictsOfTheory) {
 // A man more must not be worth less, or the winner gives it away.
 TEST_F(Endings, MoreMenAreWorthMore) {
     const struct {
-        const char* why;
-        const char* fewer;
-        const char* more;
+        const char *why, *fewer, *more;
     } pairs[] = {
         {"two pawns apart, one about to fall", "8/8/8/8/1K6/1P5k/8/8 w - - 0 1", "8/8/8/8/1K5k/1P5P/8/8 b - - 0 1"},
         {"the king before the pawn that wins", "8/8/4K3/4P3/8/6k1/8/8 w - - 0 1", "8/8/4K3/4P3/8/6P1/6k1/8 b - - 0 1"},

@@ -80,8 +80,7 @@ TEST(Judgement, TheBetterPositionScoresHigher) {
 TEST(Judgement, PlacesOfTerms) {
     constexpr int f2 = 13, h3 = 23, Board = 64;
     struct {
-        const char* why;
-        const char* fen;
+        const char *why, *fen;
         Colour side;
         int slot;
         int times = 1;
@@ -115,8 +114,7 @@ TEST(Judgement, PlacesOfTerms) {
 // The signs of clearly decided positions, with margins far below what is at stake.
 TEST(Judgement, DecidedPositions) {
     struct {
-        const char* why;
-        const char* fen;
+        const char *why, *fen;
         int at_least;
     } const cases[] = {
         {"a rook up", "r3k3/ppp2ppp/8/8/8/8/PPP2PPP/R3K2R w - - 0 1", 400},

@@ -32,8 +32,7 @@ TEST_F(Material, TableEqualsDirectPathForEverySignature) {
 }
 
 struct PhaseCase {
-    const char* why;
-    const char* fen;
+    const char *why, *fen;
     int white, black, common;
     int ending_white, ending_black;
 };
@@ -77,8 +76,7 @@ TEST_F(Material, TimeFactorFallsWithTheMen) {
 }
 
 struct ImbalanceCase {
-    const char* why;
-    const char* fen;
+    const char *why, *fen;
     int white;  // White's advantage in centipawns, worked out by hand
 };
 const ImbalanceCase imbalance_cases[] = {

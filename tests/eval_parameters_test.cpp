@@ -153,19 +153,6 @@ TEST_F(Parameters, MissingFileSaysSoAndClearsTheBases) {
     EXPECT_EQ(std::memcmp(&tuned, &saved_tuned_, sizeof tuned), 0);
 }
 
-TEST_F(Parameters, WrittenFileReadsBackTheSameEvaluation) {
-    const char* const fen = "r1bq1rk1/pp2bppp/2n2n2/2pp4/3P4/2N1PN2/PP2BPPP/R1BQ1RK1 w - - 0 9";
-    const int before = FreshScore(fen);
-    ASSERT_TRUE(SaveValues(path_.c_str()));
-    term_weights[0][PawnSquares + 27] += 55;
-    term_weights[0][RookMobility + 5] -= 31;
-    LoadValues(path_.c_str());
-    EXPECT_EQ(std::memcmp(term_weights, saved_terms_, sizeof term_weights), 0);
-    EXPECT_EQ(std::memcmp(&weights, &saved_weights_, sizeof weights), 0);
-    RebuildEvaluation();
-    EXPECT_EQ(FreshScore(fen), before);
-}
-
 // Weights may change in the middle of a game: the running sums, and those saved for taking
 // moves back, must follow.
 TEST_F(Parameters, RebuildKeepsGameAndSums) {

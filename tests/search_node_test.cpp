@@ -41,8 +41,7 @@ void EnterNode(const char* fen, int ply) {
 }
 
 struct ReturnCase {
-    const char* why;
-    const char* fen;
+    const char *why, *fen;
     int fifty, alpha, beta, expected;
 };
 
@@ -111,9 +110,7 @@ TEST_F(SearchNodeTest, PawnEndingsAreNotPassed) {
 }
 
 struct OrderCase {
-    const char* why;
-    const char* fen;
-    const char* hash;
+    const char *why, *fen, *hash;
     Move killer;
     int ply;
     const char* beginning;  // the first moves handed out

@@ -96,9 +96,7 @@ TEST_F(TranspositionTest, CutsOffOnlyWhereTheBoundProvesIt) {
 
 TEST_F(TranspositionTest, WhatMakesPositionsDiffer) {
     const struct {
-        const char* why;
-        const char* stored;
-        const char* probed;
+        const char *why, *stored, *probed;
         bool hit;
     } cases[] = {
         {"the other side to move", "4k3/8/8/8/8/8/8/4K3 w - -", "4k3/8/8/8/8/8/8/4K3 b - -", false},

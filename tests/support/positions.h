@@ -4,8 +4,7 @@
 #pragma once
 
 struct TestPosition {
-    const char* why;
-    const char* fen;
+    const char *why, *fen;
 };
 
 constexpr TestPosition test_positions[] = {
