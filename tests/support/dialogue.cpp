@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <chrono>
 #include <regex>
 #include <sstream>
@@ -30,6 +31,16 @@ std::vector<std::string> Steps(const char* script) {
 }
 
 }  // namespace
+
+std::vector<std::string> Texts(const std::string& list) {
+    const std::string separator = " | ";
+    std::vector<std::string> texts;
+    for (size_t at = 0, end; at <= list.size(); at = end + separator.size()) {
+        end = std::min(list.find(separator, at), list.size());
+        texts.push_back(list.substr(at, end - at));
+    }
+    return texts;
+}
 
 std::string CurrentFen(EngineProcess& engine) {
     static const std::regex pattern("(?:.*\\s)?((?:[pnbrqkPNBRQK1-8]+/){7}[pnbrqkPNBRQK1-8]+ [wb] \\S+ \\S+).*");
@@ -59,17 +70,22 @@ int CountLines(const EngineProcess& engine, const std::string& pattern) {
 }
 
 void RunSteps(EngineProcess& engine, const char* script) {
+    using Clock = std::chrono::steady_clock;
     const std::vector<std::string> steps = Steps(script);
+    std::string matched;
+    Clock::time_point sent;
     for (size_t i = 0; i < steps.size(); ++i) {
         if (::testing::Test::HasFailure()) return;
         std::string step = steps[i];
         SCOPED_TRACE("step: " + step);
-        if (step == ">") {
-            engine.Send("");
-        } else if (StripPrefix(&step, "> ")) {
-            engine.Send(step);
+        if (StripPrefix(&step, "> ")) {
+            sent = Clock::now();
+            for (const std::string& line : Texts(step))
+                engine.Send(std::regex_replace(line, std::regex("\\$1"), matched));
         } else if (StripPrefix(&step, "< ")) {
-            engine.WaitForMatch(step);
+            const std::string line = engine.WaitForMatch(step);
+            std::smatch match;
+            if (std::regex_match(line, match, std::regex(step)) && match.size() > 1) matched = match[1];
         } else if (StripPrefix(&step, "- ")) {
             const std::regex forbidden(step);
             for (const std::string& line : engine.Sync())
@@ -81,22 +97,30 @@ void RunSteps(EngineProcess& engine, const char* script) {
                 expected.push_back(steps[i].size() > 2 ? steps[i].substr(2) : "");
             --i;
             EXPECT_EQ(engine.Sync(), expected) << "the dialogue was\n" << engine.Transcript();
+        } else if (StripPrefix(&step, "times ")) {
+            const size_t blank = step.find(' ');
+            EXPECT_EQ(CountLines(engine, "< " + step.substr(blank + 1)), std::stoi(step)) << engine.Transcript();
+        } else if (StripPrefix(&step, "took ")) {
+            const auto took = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - sent).count();
+            EXPECT_GE(took, std::stoi(step));
+            EXPECT_LE(took, std::stoi(step.substr(step.find(' '))));
         } else if (StripPrefix(&step, "fen ")) {
             EXPECT_EQ(CurrentFen(engine).substr(0, step.size()), step) << "the dialogue was\n" << engine.Transcript();
         } else if (StripPrefix(&step, "sleep ")) {
             std::this_thread::sleep_for(std::chrono::milliseconds(std::stoi(step)));
-        } else if (StripPrefix(&step, "signal ")) {
-            engine.Signal(step == "INT" ? SIGINT : SIGTERM);
+        } else if (step == "interrupt") {
+            engine.Signal(SIGINT);
         } else {
             ADD_FAILURE() << "not a step: " << step;
         }
     }
 }
 
-void RunDialogue(const Dialogue& dialogue, const std::vector<EngineProcess::File>& files) {
+void RunDialogue(const Dialogue& dialogue, const char* beginning) {
     SCOPED_TRACE(dialogue.why);
-    EngineProcess engine(files);
+    EngineProcess engine(dialogue.files);
     engine.Start();
+    RunSteps(engine, beginning);
     RunSteps(engine, dialogue.script);
     engine.Sync();
     if (CountLines(engine, "> uci") > 0) {
