@@ -1,8 +1,6 @@
 // protocol_startup_test.cpp - what the program says before it is asked anything, and how it ends.
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "tests/support/dialogue.h"
 
 namespace {
@@ -32,148 +30,116 @@ const std::vector<std::string> default_settings = {
 
 const char* const banner = "Corvantis v1.70 [r2089/21.07.2014]";
 
-// Lines of the settings block that a configuration changes, by their text up to "=" or "is".
-std::string SettingLine(const std::vector<std::string>& lines, const std::string& start) {
-    for (const std::string& line : lines)
-        if (line.rfind(start, 0) == 0) return line;
-    return "(no line begins with " + start + ")";
-}
-
 }  // namespace
 
 TEST(StartUp, TextWithoutAnyFile) {
     EngineProcess engine;
-    std::vector<std::string> lines = engine.Start();
-    std::vector<std::string> expected = {banner};
     // The evaluation's weights come with the tables, that is before configuration and book.
-    expected.push_back("Error loading values.txt");
-    expected.push_back("Error opening \"Book.cvt\"!");
+    std::vector<std::string> expected = {banner, "Error loading values.txt", "Error opening \"Book.cvt\"!"};
     expected.insert(expected.end(), default_settings.begin(), default_settings.end());
     expected.push_back("EGTB files not found");
-    EXPECT_EQ(lines, expected);
+    EXPECT_EQ(engine.Start(), expected);
 }
 
-TEST(StartUp, IsQuick) {
-    // Front ends probe engines with deadlines of about two seconds, a few at a time.
-    EngineProcess engine;
-    engine.Send("uci");
-    EXPECT_EQ(engine.WaitForMatch("uciok", 2000), "uciok");
-}
-
-// Each configuration line against the warning it must print and the line of the settings block
-// it must change. The file starts with two lines that do not count as settings but are numbered.
-struct ConfigurationCase {
-    const char* why;
-    const char* line;
-    const char* warning;  // "" = none
-    const char* setting;  // the whole line of the settings block
-};
-
-const ConfigurationCase configuration_cases[] = {
-    {"size in megabytes", "TranspositionSizeMb = 64", "", "Transposition size is 3355443 entries (67108860 bytes)"},
-    {"size as a power of two", "TranspositionSize = 20", "", "Transposition size is 1048576 entries (20971520 bytes)"},
-    {"too many megabytes", "TranspositionSizeMb = 2000",
-     "Corvantis.ini(3) WARNING: Incorrect hash size setting in Corvantis.ini; set to default",
-     "Transposition size is 524288 entries (10485760 bytes)"},
-    {"power too large", "TranspositionSize = 26",
-     "Corvantis.ini(3) WARNING: Incorrect hash size setting in Corvantis.ini; set to default",
-     "Transposition size is 524288 entries (10485760 bytes)"},
-    {"pawn hash falls back to twice its default", "PawnHashSize = 11",
-     "Corvantis.ini(3) WARNING: Incorrect pawn hash size setting in Corvantis.ini; set to default",
-     "Pawn hash size is 524288 entries (12582912 bytes)"},
-    {"cache of nothing", "EGTBCacheSizeMb = 0",
-     "Corvantis.ini(3) WARNING: Incorrect EGTB cache size setting in Corvantis.ini; set to default",
-     "EGTBHashSize = 1048576 bytes"},
-    {"clamped above", "Aggressivity = 350", "Corvantis.ini(3) WARNING: Incorrect AGGRESSIVITY setting; set to 300",
-     "Aggressivity = 300 (150)%"},
-    {"clamped below", "Cowardice = -1", "Corvantis.ini(3) WARNING: Incorrect COWARDICE setting; set to 0",
-     "Cowardice = 0 (0)%"},
-    {"variety clamped", "VarietyOfPlay = 101", "Corvantis.ini(3) WARNING: Incorrect VarietyOfPlay setting; set to 100",
-     "VarietyOfPlay = 100"},
-    {"a flag that is neither", "Pondering = maybe", "Corvantis.ini(3) WARNING: Token unknown \"maybe\"",
-     "Pondering = on"},
-    {"blanks separate as well as '='", "UseEGTB off", "", "UseEGTB = off"},
-    {"leading blanks, other case", "   resignvalue = 650", "", "ResignValue = 650"},
-    {"carriage return at the end", "ResignTimes = 5\r", "", "ResignTimes = 5"},
-    {"a comment", ";Pondering = off", "", "Pondering = on"},
-    {"an unknown key", "Colour = green", "", "Pondering = on"},
-    {"the path keeps blanks and the closing quote", "EGTBPath = \"d:\\my tables\"", "",
-     "EGTB path = \"d:\\my tables\"\""},
-    {"learning mode by name", "BookLearningMode = discover", "", "BookLearningMode = DISCOVER"},
-};
-
-TEST(StartUp, ConfigurationFile) {
-    for (const ConfigurationCase& c : configuration_cases) {
-        SCOPED_TRACE(c.why);
-        const std::vector<EngineProcess::File> files = {
-            {"Corvantis.ini", "; settings\n\n" + std::string(c.line) + "\n"}};
-        EngineProcess engine(files);
-        const std::vector<std::string> lines = engine.Start();
-        std::string warnings;
-        for (const std::string& line : lines)
-            if (line.find("WARNING") != std::string::npos) warnings += line;
-        EXPECT_EQ(warnings, c.warning);
-        const std::string setting = c.setting;
-        const size_t name_end = setting.find(setting.find(" = ") != std::string::npos ? " = " : " is ");
-        EXPECT_EQ(SettingLine(lines, setting.substr(0, name_end + 3)), setting);
-    }
-}
-
-TEST(StartUp, BookNamedByTheConfiguration) {
-    // It is tried at once, that is before the default one.
-    const std::vector<EngineProcess::File> files = {{"Corvantis.ini", "OpeningsBook = my book.bin\n"}};
+// What is wrong is told with the number of its line, which comments and empty lines count for, and
+// what the settings have become is shown.
+TEST(StartUp, TextWithAConfiguration) {
+    const std::vector<EngineProcess::File> files = {{"Corvantis.ini",
+                                                     "; settings\n\n"
+                                                     "TranspositionSizeMb = 64\n"
+                                                     "PawnHashSize = 11\n"
+                                                     "EGTBCacheSizeMb = 0\n"
+                                                     "Aggressivity = 350\n"
+                                                     "Cowardice = -1\n"
+                                                     "   resignvalue = 650\n"
+                                                     "ResignTimes = 5\r\n"
+                                                     "UseEGTB off\n"
+                                                     "EGTBPath = \"d:\\my tables\"\n"
+                                                     "OpeningsBook = my book.bin\n"
+                                                     "UseBookWeights = off\n"
+                                                     "UseBookLearning = off\n"
+                                                     "BookLearningMode = discover\n"
+                                                     "VarietyOfPlay = 101\n"
+                                                     "BookLearningBound = 250\n"
+                                                     "UseLearningData = on\n"
+                                                     "LogLearningIntoFile = on\n"
+                                                     ";Pondering = off\n"
+                                                     "Colour = green\n"
+                                                     "Pondering = maybe\n"}};
     EngineProcess engine(files);
-    std::vector<std::string> messages;
-    for (const std::string& line : engine.Start())
-        if (line.rfind("Error opening", 0) == 0) messages.push_back(line);
-    ASSERT_FALSE(messages.empty());
-    EXPECT_EQ(messages[0], "Error opening \"my book.bin\"!");
+    const std::vector<std::string> expected = {
+        banner,
+        "Error loading values.txt",
+        "Corvantis.ini(4) WARNING: Incorrect pawn hash size setting in Corvantis.ini; set to default",
+        "Corvantis.ini(5) WARNING: Incorrect EGTB cache size setting in Corvantis.ini; set to default",
+        "Corvantis.ini(6) WARNING: Incorrect AGGRESSIVITY setting; set to 300",
+        "Corvantis.ini(7) WARNING: Incorrect COWARDICE setting; set to 0",
+        "Error opening \"my book.bin\"!",
+        "Corvantis.ini(16) WARNING: Incorrect VarietyOfPlay setting; set to 100",
+        "Corvantis.ini(22) WARNING: Token unknown \"maybe\"",
+        "Error opening \"Book.cvt\"!",
+        "Transposition size is 3355443 entries (67108860 bytes)",
+        "Pawn hash size is 524288 entries (12582912 bytes)",
+        "EGTBHashSize = 1048576 bytes",
+        "Aggressivity = 300 (150)%",
+        "Cowardice = 0 (0)%",
+        "ResignValue = 650",
+        "ResignTimes = 5",
+        "UseEGTB = off",
+        "EGTB path = \"d:\\my tables\"\"",
+        "UseBookWeights = off",
+        "UseBookLearning = off",
+        "BookLearningMode = DISCOVER",
+        "VarietyOfPlay = 100",
+        "BookLearningBound = 250",
+        "UseLearning = off",
+        "UseLearningData = on",
+        "LogLearningIntoFile = on",
+        "Pondering = on",
+        "",
+    };
+    EXPECT_EQ(engine.Start(), expected);
 }
 
 TEST(StartUp, TablebaseThatIsNone) {
     const EngineProcess::File table = {"KQK.nbw.emd", "not a tablebase"};
     EngineProcess engine({{"Corvantis.ini", "EGTBPath = /nowhere; .\\\n"}, table});
-    std::vector<std::string> lines = engine.Start();
-    const auto begin = std::find(lines.begin(), lines.end(), "*** Unable to register ./KQK.nbw.emd");
-    ASSERT_GE(lines.end() - begin, 2) << engine.Transcript();
-    EXPECT_EQ(begin[1].rfind("Reason: ", 0), 0u) << begin[1];
-    lines.erase(lines.begin(), begin + 2);
-    const std::vector<std::string> expected = {"Tried to open 1 files. Opened 0 files.", "EGTB files not found"};
-    EXPECT_EQ(lines, expected);
-
+    RunSteps(engine, R"(
+        < \*\*\* Unable to register \./KQK\.nbw\.emd
+        < Reason: .*
+        = Tried to open 1 files. Opened 0 files.
+        = EGTB files not found)");
     EngineProcess without({{"Corvantis.ini", "EGTBPath = .\nUseEGTB = off\n"}, table});
     EXPECT_EQ(without.Start().back(), "");
 }
 
-// Each way of asking for the end must give status 0.
-TEST(Quit, EveryLineThatBeginsWithQ) {
-    for (const char* line : {"quit", "q", "QUIT", "Quit", "quitx", "  quit", "quit\r"}) {
-        SCOPED_TRACE(line);
+// Each way of asking for the end must give status 0, whatever the program is doing.
+TEST(Quit, EndsTheProgram) {
+    const char* const cases[][2] = {{"isready", "q"},
+                                    {"isready", "Quitx"},
+                                    {"isready", "  QUIT"},
+                                    {"isready", "quit\r"},
+                                    {"go infinite", "quit"},
+                                    {"analyze", "quit"},
+                                    {"go movetime 60000", "quit"},
+                                    {"go ponder wtime 1000 btime 1000", "quit"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c[0]) + ", " + c[1]);
         EngineProcess engine;
-        engine.Start();
-        engine.Send(line);
-        EXPECT_EQ(engine.WaitForExit(3000), 0);
-    }
-}
-
-TEST(Quit, WhileSearching) {
-    for (const char* search : {"go infinite", "analyze", "go movetime 60000", "go ponder wtime 1000 btime 1000"}) {
-        SCOPED_TRACE(search);
-        EngineProcess engine;
-        engine.Start();
-        engine.Send(search);
+        engine.Send(c[0]);
         engine.Sync();
-        engine.Send("quit");
+        engine.Send(c[1]);
         EXPECT_EQ(engine.WaitForExit(3000), 0) << engine.Transcript();
     }
 }
 
-TEST(Quit, AllAnswersComeBeforeTheEnd) {
-    // A front end that probes the engine writes both commands at once and closes the pipe.
+// A front end that probes the engine writes both commands at once and closes the pipe, and gives it
+// some two seconds.
+TEST(Quit, AllAnswersComeBeforeTheEndAndSoon) {
     EngineProcess engine;
     engine.SendRaw("uci\nquit\n");
     engine.CloseInput();
-    const std::vector<std::string> lines = engine.ReadToEnd();
+    const std::vector<std::string> lines = engine.ReadToEnd(2000);
     EXPECT_EQ(engine.WaitForExit(3000), 0);
     ASSERT_FALSE(lines.empty());
     EXPECT_EQ(lines.back(), "uciok");
