@@ -310,29 +310,12 @@ const Dialogue uci_dialogues[] = {
         - bestmove.*
         > stop
         < bestmove.*)"},
-    {"ponder hit", R"(
-        > position startpos moves e2e4 e7e5 | go ponder wtime 1000 btime 1000
-        sleep 300
-        - bestmove.*
-        > ponderhit
-        < bestmove \S+( ponder \S+)?)"},
     {"ponder hit after the search has nothing left to do", R"(
         > position fen 6k1/5ppp/8/8/8/8/8/R3K3 w Q - 0 1 | go ponder wtime 1000 btime 1000 depth 3
         sleep 200
         - bestmove.*
         > ponderhit
         < bestmove a1a8.*)"},
-    {"ponder miss: the stopped search still answers, without a prediction", R"(
-        > position startpos moves e2e4 e7e5 | go ponder wtime 1000 btime 1000
-        sleep 100
-        > stop
-        < bestmove \S+
-        > isready
-        < readyok
-        > position startpos moves e2e4 c7c5 | isready
-        < readyok
-        > go wtime 500 btime 500
-        < bestmove.*)"},
     {"stop and ponderhit without a search, and a switch, are not answered", R"(
         > stop | ponderhit | debug on | debug off
         - .*

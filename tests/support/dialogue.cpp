@@ -120,8 +120,7 @@ void RunDialogue(const Dialogue& dialogue, const char* beginning) {
     SCOPED_TRACE(dialogue.why);
     EngineProcess engine(dialogue.files);
     engine.Start();
-    RunSteps(engine, beginning);
-    RunSteps(engine, dialogue.script);
+    RunSteps(engine, (std::string(beginning) + "\n" + dialogue.script).c_str());
     engine.Sync();
     if (CountLines(engine, "> uci") > 0) {
         EXPECT_EQ(CountLines(engine, "< bestmove .*"), CountLines(engine, "> go.*")) << engine.Transcript();
