@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -75,18 +76,13 @@ std::string EngineBinary() {
 EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_space, Channel channel) {
     signal(SIGPIPE, SIG_IGN);
     std::string pattern = (std::filesystem::temp_directory_path() / "corvantis-test-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) {
-        ADD_FAILURE() << "no temporary directory";
+    Ends ends;
+    if (mkdtemp(pattern.data()) == nullptr || !Open(channel, &ends)) {
+        ADD_FAILURE() << "no temporary directory or no way to talk to the program";
         return;
     }
     directory_ = pattern;
     for (const File& file : files) std::ofstream(directory_ + "/" + file.name, std::ios::binary) << file.contents;
-
-    Ends ends;
-    if (!Open(channel, &ends)) {
-        ADD_FAILURE() << "no way to talk to the program";
-        return;
-    }
     const std::string binary = EngineBinary();
     pid_ = fork();
     if (pid_ == 0) {
@@ -259,18 +255,10 @@ int EngineProcess::WaitForExit(int timeout_ms, Output output) {
 bool EngineProcess::Running() { return WaitForExit(0) == NotEnded; }
 
 double EngineProcess::CpuMilliseconds() const {
-    std::ifstream file("/proc/" + std::to_string(pid_) + "/stat");
-    const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-    // Fields are counted after the name in parentheses, which may hold blanks: utime and stime
-    // are the 12th and 13th from there.
-    const size_t name_end = text.rfind(')');
-    if (name_end == std::string::npos) return 0;
-    std::istringstream fields(text.substr(name_end + 1));
-    std::string skipped;
-    for (int i = 0; i < 11; ++i) fields >> skipped;
-    double user = 0, system = 0;
-    fields >> user >> system;
-    return (user + system) * 1000 / double(sysconf(_SC_CLK_TCK));
+    clockid_t clock;
+    timespec used = {};
+    if (clock_getcpuclockid(pid_, &clock) == 0) clock_gettime(clock, &used);
+    return double(used.tv_sec) * 1e3 + double(used.tv_nsec) / 1e6;
 }
 
 std::string EngineProcess::ReadFile(const std::string& name) const {
