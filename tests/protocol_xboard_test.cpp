@@ -128,7 +128,8 @@ const Dialogue play_dialogues[] = {
         > stop
         < move .*
         sleep 200
-        - move .*)"},
+        > .
+        - (move|stat01).*)"},
     {"no move comes after the result", R"(
         > st 0.4 | e2e4
         sleep 100
