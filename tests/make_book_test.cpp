@@ -19,6 +19,7 @@
 #include "book/book_writer.h"
 #include "book/learning_file.h"
 #include "tests/support/board_helpers.h"
+#include "tests/support/book_bytes.h"
 #include "tests/support/engine_environment.h"
 #include "tests/support/temporary_path.h"
 #include "tools/common/book_tree.h"
@@ -59,13 +60,6 @@ protected:
     std::vector<std::string> faults, paths;
 };
 
-BookNodes NodesOf(const std::string& text) {
-    BookNodes nodes;
-    EXPECT_EQ(ReadBookText(
-                  text, "text", [](const std::string& fault) { ADD_FAILURE() << fault; }, nodes),
-              0);
-    return nodes;
-}
 
 BookLimits Limits(int plies, int min_games, int min_score, int even) {
     BookLimits limits;

@@ -7,9 +7,12 @@
 #include <utility>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "board/position.h"
 #include "book/book_file.h"
 #include "tests/support/board_helpers.h"
+#include "tools/common/book_tree.h"
 
 struct Entry {
     const char* move;
@@ -46,6 +49,14 @@ inline std::string BookBytes(uint32_t version, const std::vector<Node>& nodes, c
     }
     return "~Corvantis openings book" + Word32(version) + Word32(0xABCDEF01) + Word32(uint32_t(nodes.size())) + records
         + lists;
+}
+
+// The nodes of a sound book text.
+inline BookNodes NodesOf(const std::string& text) {
+    BookNodes nodes;
+    ReadBookText(
+        text, "text", [](const std::string& fault) { ADD_FAILURE() << fault; }, nodes);
+    return nodes;
 }
 
 // The moves of the open book that have points: "e2e4 1/1 d1h5 2/0 ". Leaves the start position.
