@@ -240,7 +240,7 @@ TEST_F(Book, DamagedFiles) {
 const std::vector<Node> learning_book = {
     {"", {{"e2e4", 0, 0}, {"d2d4", 10, 4}}},
     {"e2e4", {{"e7e5", 5, 253}}},
-    {"e2e4 e7e5", {{"g1f3", 1, 3}}},
+    {"e2e4 e7e5", {{"g1f3", 253, 3}}},
     {"e2e4 e7e5 g1f3", {{"b8c6", 255, 255}}},
     {"d2d4", {{"d7d5", 254, 31}, {"g8f6", 10, 4}, {"c7c5", 0, 0}, {"e7e6", 255, 255}}},
 };
@@ -252,12 +252,13 @@ TEST_F(Book, Learning) {
         int result;
         std::string points;
     } cases[] = {
-        {"a draw", "e2e4 e7e5 g1f3 b8c6", ResultDrawn, "e2e4 1/1 d2d4 10/4 e7e5 5/253 g1f3 2/4 b8c6 255/255" + full},
-        {"White wins", "e2e4 e7e5 g1f3 b8c6", ResultWon, "e2e4 2/0 d2d4 10/4 e7e5 5/253 g1f3 3/3 b8c6 255/255" + full},
+        {"a draw", "e2e4 e7e5 g1f3 b8c6", ResultDrawn, "e2e4 1/1 d2d4 10/4 e7e5 5/253 g1f3 254/4 b8c6 255/255" + full},
+        {"White wins", "e2e4 e7e5 g1f3 b8c6", ResultWon,
+         "e2e4 2/0 d2d4 10/4 e7e5 5/253 g1f3 170/2 b8c6 255/255" + full},
         {"Black loses: 255 does not fit, excluded moves stay", "e2e4 e7e5 g1f3 b8c6 f1b5", ResultLost,
-         "d2d4 10/4 e7e5 3/170 g1f3 1/3 b8c6 255/255" + full},
+         "d2d4 10/4 e7e5 3/170 g1f3 253/3 b8c6 255/255" + full},
         {"nor does 256: all moves keep two thirds", "d2d4 d7d5 c2c4", ResultWon,
-         "d2d4 10/4 e7e5 5/253 g1f3 1/3 b8c6 255/255 d7d5 170/20 g8f6 6/2 e7e6 255/255 "},
+         "d2d4 10/4 e7e5 5/253 g1f3 253/3 b8c6 255/255 d7d5 170/20 g8f6 6/2 e7e6 255/255 "},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.why);
