@@ -27,7 +27,6 @@ class Learning : public ::testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(AllocateWords());
-        file_ = TemporaryPath(".learning");
         std::remove(file_.c_str());
         Restart();
     }
@@ -53,7 +52,7 @@ protected:
             for (const std::string& line : Split(lines, '|')) Execute(line);
         });
     }
-    std::string file_;
+    const std::string file_ = TemporaryPath(".learning");
 };
 
 const std::vector<Node> unplayed = {

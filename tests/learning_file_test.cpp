@@ -105,11 +105,9 @@ protected:
 
 TEST_F(LearningFile, BytesAndDepths) {
     const std::string fresh = Bytes();
-    ASSERT_EQ(fresh.size(), FirstRecord);
-    EXPECT_EQ(fresh.substr(0, 23), "Corvantis learning file");
-    EXPECT_EQ(fresh.find_first_not_of('\0', 23), std::string::npos);
+    ASSERT_TRUE(fresh == "Corvantis learning file" + std::string(4 * 65536, '\0'));
     Learn("e2e4", 40, -37);
-    EXPECT_EQ(Bytes(), fresh) << "queued, not written";
+    EXPECT_TRUE(Bytes() == fresh) << "queued, not written";
     FlushLearned();
     EXPECT_EQ(Known("e2e4", 40), -37) << "without reading the file again";
     const uint32_t a = KeyA("e2e4"), b = uint32_t(PositionKey() >> 32);
