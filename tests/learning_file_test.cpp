@@ -20,7 +20,7 @@
 #include "board/file_access.h"
 #include "board/settings.h"
 #include "book/book.h"
-#include "driver/game_state.h"
+#include "book/book_learning.h"
 #include "tests/support/board_helpers.h"
 #include "tests/support/book_bytes.h"
 #include "tests/support/engine_environment.h"
@@ -274,8 +274,7 @@ TEST_F(LearningFile, SurvivesKills) {
     Loaded();
     const std::string file = Bytes();
     for (const char* moves : {"e2e4", "d2d4", "c2c4"}) Learn(moves, 44, 2);
-    SetUpMoves("e2e4 e7e5 g1f3 b8c6 f1b5");
-    EngineSide = WHITE;
+    SetUpMoves("e2e4 e7e5 g1f3 b8c6");
 
     std::set<std::string> books, files;
     bool ended = false;
@@ -286,7 +285,8 @@ TEST_F(LearningFile, SurvivesKills) {
         if (child == 0) {
             if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
             std::raise(SIGSTOP);
-            EndGameForLearning();
+            learn_game(ResultDrawn);
+            FlushLearned();
             _exit(0);
         }
         int status = 0;
