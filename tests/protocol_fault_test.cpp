@@ -147,3 +147,19 @@ TEST(FilesGoAway, WhileTheyAreOpen) {
         LearnAndQuit(engine);
     }
 }
+
+// UCI must not be shown a line that it does not know.
+TEST(FilesGoAway, TablesThatAreCutWhileTheyAreOpen) {
+    EngineProcess engine;
+    engine.Send("uci");
+    std::filesystem::copy(CORVANTIS_TABLES, engine.Directory() + "/tables");
+    engine.Send("setoption name NalimovPath value tables");
+    engine.Sync();
+    for (const auto& table : std::filesystem::directory_iterator(engine.Directory() + "/tables"))
+        std::filesystem::resize_file(table.path(), std::filesystem::file_size(table.path()) / 2);
+    engine.Send("position fen 8/8/4k3/8/8/4K3/4P3/8 w - - 0 1");
+    engine.Send("go depth 8");
+    engine.WaitForMatch("info string .* is damaged.*");
+    engine.WaitForMatch("bestmove .*");
+    EXPECT_EQ(CountLines(engine, "< (Reason|\\*\\*\\*).*"), 0) << engine.Transcript();
+}

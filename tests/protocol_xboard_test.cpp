@@ -296,6 +296,10 @@ TEST(XboardPonder, AnIllegalMoveIsRefusedAndTheRightOneStillAnswered) {
     RunDialogue({"", "> e1e8\n< Illegal move: e1e8\n> $1\n< move .*"}, ponder);
 }
 
+TEST(XboardPonder, NoMoveFollowsAResultWhenThePredictionHasComeTrue) {
+    RunDialogue({"", "> $1 | result 1-0 {White mates}\nsleep 1500\n- move .*"}, ponder);
+}
+
 TEST(XboardPonder, CommandsSeeTheBoardWithoutThePrediction) {
     for (const std::string command : {"force", "undo", "remove", "new", "easy"}) {
         SCOPED_TRACE(command);
