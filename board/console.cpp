@@ -66,7 +66,6 @@ void Print(const char* format, ...) {
         const size_t room = BufferSize - buffer_used;
         va_list arguments;
         va_start(arguments, format);
-        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): it was started in the line above
         const int length = std::vsnprintf(buffer + buffer_used, room, format, arguments);
         va_end(arguments);
         if (length < 0) return;

@@ -479,8 +479,9 @@ int SearchNode(int alpha, int beta, int depth, bool null_allowed, int node_type,
 
     // Step 19. All moves searched.
     if (searched == 0 && excluded != 0) return alpha;
-    // Captures are left out at futile nodes only, where alpha is out of reach.
-    if (searched == 0 && !futile && !skipped) return in_check ? ply - MATE : 0;
+    // Stalemate; step 14 has seen mate. Captures are left out at futile nodes only, where alpha is out
+    // of reach.
+    if (searched == 0 && !futile && !skipped) return 0;
     best = std::max(best, targets.left_out);
     if (searched == 0) best = std::max(best, alpha);
     if (best_move == 0 && futile) best = std::max(best, std::min(alpha, eval + margin));

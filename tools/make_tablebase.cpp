@@ -115,7 +115,7 @@ bool ReadArguments(int argc, char** argv, Arguments* arguments) {
             job.packed = false;
         } else if (argument == "--verify") {
             arguments->verify = true;
-        } else if (argument.rfind("-", 0) == 0) {
+        } else if (argument.starts_with('-')) {
             return Usage(argument + " is no option"), false;
         } else if (name == "all3" || name == "all4" || name == "all5") {
             for (const std::string& each : AllMaterials(name[3] - '0')) add(each);

@@ -1,4 +1,4 @@
-// fuzz_configuration.cpp - any bytes as the settings file. Table sizes stay within what is promised.
+// fuzz_configuration.cpp - any bytes as the settings file.
 #include "board/settings.h"
 #include "book/book.h"
 #include "driver/configuration.h"
