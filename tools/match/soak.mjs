@@ -1,8 +1,8 @@
 #!/usr/bin/env node
-// Keeps an engine process busy without an end: games with random
-// clocks, options, takebacks, set-up positions, analysis, pondering, nonsense and interruptions. Every
-// answer is checked against the rules as chess.js knows them, memory and descriptors are watched, and
-// the time to "readyok" and from "stop" to "bestmove" is measured.
+// Keeps an engine process busy without an end: games with random clocks, options, takebacks, set-up
+// positions, analysis, pondering, nonsense and interruptions. Every answer is checked against the rules as
+// chess.js knows them, memory and descriptors are watched. The time to "readyok" and from "stop" to
+// "bestmove" is measured, and how late moves of fixed time come.
 import { Chess } from 'chess.js';
 import { spawn } from 'node:child_process';
 import { mkdtempSync, readFileSync, readdirSync, rmSync, copyFileSync, existsSync } from 'node:fs';
@@ -15,6 +15,7 @@ Both are played one after the other. Ends with 1 after a fault, which is printed
 
 const ANSWER_MS = 15000;       // a search with small limits must have ended by then
 const READY_MS = 100;          // promised for 99.9 % of all "isready" and "stop"
+const LATE_MS = 30;            // a move of fixed time may come that late, 99.9 % of them
 const GROWTH_KB = 1024;        // of memory, allowed after the first minute
 const DIALOGUE_LINES = 120;    // kept for a report
 
@@ -60,6 +61,8 @@ class Process {
 
   note(text) {
     if (this.log) process.stderr.write(`${text}\n`);
+    // Of thousands of lines about one search the last tells the most.
+    if (text.startsWith('< info') && this.dialogue.at(-1)?.startsWith('< info')) this.dialogue.pop();
     this.dialogue.push(text);
     if (this.dialogue.length > DIALOGUE_LINES) this.dialogue.shift();
   }
@@ -135,6 +138,14 @@ function randomPosition(random) {
     const other = new Chess(fen.replace(/ (w|b) /, (_, c) => (c === 'w' ? ' b ' : ' w ')));
     return other.inCheck() ? null : found;  // the side that has moved must not be in check
   } catch { return null; }
+}
+
+// The same by the editor. It gives castling rights by where kings and rooks stand, a FEN's "-" does not.
+function editorLines(board) {
+  const men = (color) => board.board().flat().filter((man) => man?.color === color)
+    .map((man) => man.type.toUpperCase() + man.square);
+  if (board.get('e1')?.type === 'k' || board.get('e8')?.type === 'k') return [`loadfen ${board.fen()}`];
+  return ['edit', '#', ...men('w'), 'c', ...men('b'), '.', board.turn() === 'w' ? 'white' : 'black', 'force'];
 }
 
 const NONSENSE = ['', ' ', 'xyzzy', 'e2e5', 'e7e8q', 'position fen', 'position fen 8/8/8/8 w', 'go depth x', 'setoption name', 'setoption name Hash value',
@@ -216,6 +227,17 @@ class UciUser {
       `${clock} winc ${random.below(50)} binc ${random.below(50)}`, `${clock} movestogo ${random.between(1, 40)}`, `mate ${random.between(1, 3)} movetime 40`]);
   }
 
+  // Sends position and limits, and takes the answer. What a move of fixed time takes too long is kept.
+  async go(position, board) {
+    const text = this.goText();
+    const sent = performance.now();
+    this.engine.send(position, `go ${text}`);
+    const answer = await this.bestMove(board);
+    const fixed = /^movetime (\d+)$/.exec(text);
+    if (fixed) this.count.late.push(Math.max(0, this.engine.arrived - sent - fixed[1]));
+    return answer;
+  }
+
   positionText(start, moves) {
     return `position ${start ? `fen ${start}` : 'startpos'}${moves.length ? ` moves ${moves.join(' ')}` : ''}`;
   }
@@ -224,8 +246,7 @@ class UciUser {
     const { random, engine } = this;
     let { board, moves } = randomGame(random, random.below(12));
     for (let ply = random.between(4, 80); ply > 0 && !board.isGameOver(); --ply) {
-      engine.send(this.positionText(null, moves), `go ${this.goText()}`);
-      const { move, reply, after } = await this.bestMove(board);
+      const { move, reply, after } = await this.go(this.positionText(null, moves), board);
       moves.push(move);
       board = after;
       if (reply && random.chance(0.3)) {
@@ -272,12 +293,16 @@ class UciUser {
     const { random, engine } = this;
     const board = randomPosition(random);
     if (!board) return;
-    engine.send(this.positionText(board.fen(), []), `go ${this.goText()}`);
-    await this.bestMove(board);
+    await this.go(this.positionText(board.fen(), []), board);
   }
 
   async nonsense() {
-    for (let i = this.random.between(1, 6); i > 0; --i) this.engine.send(this.random.of(NONSENSE));
+    for (let i = this.random.between(1, 6); i > 0; --i) {
+      const line = this.random.of(NONSENSE);
+      this.engine.send(line);
+      // Whatever stands behind it and on the board, "go" has an answer.
+      if (line.startsWith('go')) await this.engine.line((l) => l.startsWith('bestmove'), 'bestmove');
+    }
     await this.ready();
   }
 }
@@ -336,7 +361,7 @@ class XboardUser {
     this.over = false;
     if (random.chance(0.3)) {
       const set = randomPosition(random);
-      if (set) { board = set; engine.send(`loadfen ${set.fen()}`); }
+      if (set) { board = set; engine.send(...(random.chance(0.5) ? [`loadfen ${set.fen()}`] : editorLines(set))); }
     }
     let clock = 200;
     for (let ply = random.between(2, 60); ply > 0 && !board.isGameOver(); --ply) {
@@ -406,7 +431,7 @@ const quantile = (list, q) => (list.length ? [...list].sort((a, b) => a - b)[Mat
 
 async function soak(User, name, options) {
   const engine = new Process(options.engine, options.log);
-  const count = { episodes: 0, games: 0, moves: 0, ready: [], stop: [] };
+  const count = { episodes: 0, games: 0, moves: 0, ready: [], stop: [], late: [] };
   const user = new User(engine, randomNumbers(options.seed), count);
   const begun = performance.now();
   const minutes = () => (performance.now() - begun) / 60000;
@@ -425,8 +450,8 @@ async function soak(User, name, options) {
       if (most >= GROWTH_KB) throw new Fault(`memory has grown by ${most} KB`);
     }
     await engine.end();
-    for (const what of ['ready', 'stop'])
-      if (quantile(count[what], 0.999) > READY_MS) throw new Fault(`"${what}" took ${quantile(count[what], 0.999).toFixed(0)} ms`);
+    for (const [what, most] of [['ready', READY_MS], ['stop', READY_MS], ['late', LATE_MS]])
+      if (quantile(count[what], 0.999) > most) throw new Fault(`"${what}": ${quantile(count[what], 0.999).toFixed(0)} ms`);
   } catch (fault) {
     if (!(fault instanceof Fault)) throw fault;
     console.log(`${name}: FAULT: ${fault.message} (seed ${options.seed}, episode ${count.episodes + 1})\n${engine.dialogue.join('\n')}`);
@@ -437,7 +462,7 @@ async function soak(User, name, options) {
   const times = (list) => `${list.length} times, 99.9 % within ${quantile(list, 0.999).toFixed(1)} ms, longest ${quantile(list, 1).toFixed(1)} ms`;
   console.log(`${name}: ${minutes().toFixed(1)} minutes, ${count.episodes} episodes, ${count.games} games, ${count.moves} moves checked; `
     + `memory grew by ${most} KB, ${settled?.descriptors ?? '?'} descriptors`
-    + (count.ready.length ? `; isready ${times(count.ready)}; stop ${times(count.stop)}` : ''));
+    + (count.ready.length ? `; isready ${times(count.ready)}; stop ${times(count.stop)}; late ${times(count.late)}` : ''));
 }
 
 function readOptions(words) {
