@@ -26,6 +26,9 @@ char buffer[BufferSize];
 size_t buffer_used;
 bool broken;
 
+// A signal has come: is the reader worth waiting for?
+bool GivesUp() { return give_up_writing != nullptr && give_up_writing(); }
+
 // Writes some of the bytes; the number written, or -1 when nobody will ever read them.
 long WriteSome(const char* bytes, size_t count) {
 #ifdef _WIN32
@@ -34,17 +37,12 @@ long WriteSome(const char* bytes, size_t count) {
     for (;;) {
         const ssize_t written = write(STDOUT_FILENO, bytes, count);
         if (written >= 0) return long(written);
-        if (errno == EINTR) {
-            if (give_up_writing != nullptr && give_up_writing()) return -1;
-            continue;
-        }
+        if (errno == EINTR && GivesUp()) return -1;
+        if (errno == EINTR) continue;
         if (errno != EAGAIN && errno != EWOULDBLOCK) return -1;
         // A front end may hand over a pipe that does not block; wait until it takes more.
         pollfd ready = {STDOUT_FILENO, POLLOUT, 0};
-        if (poll(&ready, 1, -1) < 0) {
-            if (errno != EINTR || (give_up_writing != nullptr && give_up_writing())) return -1;
-            continue;
-        }
+        if (poll(&ready, 1, -1) < 0 && (errno != EINTR || GivesUp())) return -1;
         if (ready.revents & (POLLERR | POLLNVAL)) return -1;
     }
 #endif
