@@ -31,6 +31,16 @@ foreach(named place IN ZIP_LISTS named_folders places)
     endforeach()
 endforeach()
 
+# With everything in its place a start has nothing to complain of.
+set(data "${WORK}/relative/share/corvantis")
+file(WRITE "${WORK}/quit" "quit\n")
+configure_file("${data}/Corvantis.ini.sample" "${data}/Corvantis.ini" COPYONLY)
+execute_process(COMMAND "${WORK}/relative/bin/corvantis" INPUT_FILE "${WORK}/quit" OUTPUT_VARIABLE output
+    RESULT_VARIABLE result WORKING_DIRECTORY "${data}")
+if(NOT result EQUAL 0 OR NOT output MATCHES "Opened 10 files" OR output MATCHES "\n(Error|Illegal|Invalid|Unknown|\\*\\*\\*)")
+    message(SEND_ERROR "a start of the installed program says ${result}:\n${output}")
+endif()
+
 # Tables: made, there already, damaged, and a stranger's.
 set(make "${BUILD}/make_tablebase" --output tables)
 expect(0 "1 tables to make, 0 are there already.*kqk made.*longest mate 10 moves.*kqk verified" ${make} --verify KQK kqk)

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <regex>
 
 #include "tests/support/dialogue.h"
@@ -125,6 +126,7 @@ const char* const ending_searches =
     " | wtime 500 | btime 500 wtime 300 movestogo 1 | wtime 1 btime 1 | wtime 0 btime 0 | wtime -10 btime -10"
     " | wtime -5000 btime 1000 movestogo -1 | wtime 99999999999999999999 btime 1000 depth 4 | movetime 100"
     " | movetime 10 | depth 1 | depth 5 | depth 5 wtime 1000 btime 1000 | nodes 20000"
+    " | movetime 0 | movetime -5 | movestogo 0 btime 300 wtime 300 | depth 0 | searchmoves a2a3 h2h3 depth 4"
     " | depth 4 searchmoves a2a3 h2h3 | depth 4 searchmoves e2e5 zzz | depth 3 nonsense 17 foo | mate 1 depth 4";
 
 TEST_F(Uci, EverySearchFormEndsInOneBestMove) {
@@ -187,6 +189,37 @@ TEST_F(Uci, PlaysAGameAgainstItself) {
         predictions += !expected.empty();
     }
     EXPECT_GT(predictions, 30) << moves;
+}
+
+// Half a second a side for a whole game, and a second for every 20 moves: no clock may run out. Time that
+// the machine kept for others is forgiven up to a fifth of a second.
+TEST_F(Uci, KeepsItsOwnClocks) {
+    struct Control {
+        const char* form;
+        int first, period;  // milliseconds, and moves that bring as many again; 0 = none
+    };
+    for (const Control& control : {Control{"sudden death", 500, 0}, Control{"repeating", 1000, 20}}) {
+        SCOPED_TRACE(control.form);
+        engine.Send("ucinewgame");
+        int clocks[2] = {control.first, control.first};
+        std::string moves;
+        for (int ply = 0; ply < 90; ++ply) {
+            const int move = ply / 2;
+            int& clock = clocks[ply % 2];
+            if (control.period != 0 && move > 0 && move % control.period == 0) clock += control.first;
+            engine.Send("position startpos" + (moves.empty() ? "" : " moves" + moves));
+            engine.Sync();
+            std::string go = "go wtime " + std::to_string(clocks[0]) + " btime " + std::to_string(clocks[1]);
+            if (control.period != 0) go += " movestogo " + std::to_string(control.period - move % control.period);
+            const auto start = std::chrono::steady_clock::now();
+            engine.Send(go);
+            const std::string line = engine.WaitForMatch("bestmove \\S+( ponder \\S+)?");
+            clock -= int((std::chrono::steady_clock::now() - start) / std::chrono::milliseconds(1));
+            if (line.empty() || BestMove(line) == "0000") break;
+            ASSERT_GT(clock, -200) << "at ply " << ply;
+            moves += " " + BestMove(line);
+        }
+    }
 }
 
 // Each after "uci" and its answer.
@@ -264,7 +297,7 @@ const Dialogue uci_dialogues[] = {
         < info .*nodes (1[5-9]|2\d|30)\d{3} .*
         < bestmove .*
         times 0 info .*nodes (3[1-9]\d{3}|[4-9]\d{4}|\d{6,}) .*)"},
-    {"infinite waits for stop: a mate is found, there is one legal move, no limit at all", R"(
+    {"infinite waits for stop: a mate is found, one legal move or none, a limit is reached, no limit at all", R"(
         > position fen 6k1/5ppp/8/8/8/8/8/R3K3 w Q - 0 1 | go infinite
         sleep 300
         - bestmove.*
@@ -275,6 +308,21 @@ const Dialogue uci_dialogues[] = {
         - bestmove.*
         > stop
         < bestmove a1b2
+        > position fen 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1 | go infinite
+        sleep 200
+        - bestmove.*
+        > stop
+        < bestmove 0000
+        > go ponder wtime 1000 btime 1000
+        sleep 200
+        - bestmove.*
+        > ponderhit
+        < bestmove 0000
+        > position startpos | go infinite depth 2
+        sleep 200
+        - bestmove.*
+        > stop
+        < bestmove [a-h][1-8][a-h][1-8].*
         > position startpos | go
         sleep 200
         - bestmove.*

@@ -212,6 +212,15 @@ const Dialogue play_dialogues[] = {
         < stat01: .*
         > exit
         fen rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq)"},
+    {"analysis: an edited board is what is analysed then", R"(
+        > force | e2e4 | analyze
+        sleep 100
+        > edit | # | Ka1 | Qb2 | c | Kh8 | . | analyze
+        sleep 100
+        > .
+        < stat01: .*
+        > exit
+        fen 7k/8/8/8/8/8/1Q6/K7 b - -)"},
     {"analysis: another command leaves it and is executed", R"(
         > analyze
         sleep 100

@@ -31,11 +31,13 @@
 
 namespace {
 
+constexpr int MostNodes = 25;  // of a search without a limit of its own
+
 int looks, vain_looks;  // at the input since the last line
 int (*look_for_input)();
 
 int LimitedLook() {
-    constexpr int MostLooks = 12, MostVainLooks = 2, NodesToNextLook = 30;
+    constexpr int MostLooks = 12, MostVainLooks = 2, NodesToNextLook = 12;
     const int waits = look_for_input();
     if (!waits) ++vain_looks;
     if (++looks > MostLooks || vain_looks >= MostVainLooks) stop_flag = true;
@@ -69,11 +71,12 @@ bool NeedsNodeLimit(std::string_view line) {
 
 std::string Script(const uint8_t* data, size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string node_limit = " nodes " + std::to_string(MostNodes) + "\n";
     std::string script;
     for (size_t at = 0; at < text.size();) {
         const size_t end = std::min(text.find('\n', at), text.size());
         const std::string_view line = text.substr(at, end - at);
-        if (!LeftOut(line)) script.append(line).append(NeedsNodeLimit(line) ? " nodes 60\n" : "\n");
+        if (!LeftOut(line)) script.append(line).append(NeedsNodeLimit(line) ? node_limit : "\n");
         at = end + 1;
     }
     // What may still wait for an answer gets one.
@@ -118,7 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ReplaceInput(Script(data, size));
     for (;;) {
         looks = vain_looks = 0;
-        search_limits.MaxNodes = 60;
+        search_limits.MaxNodes = MostNodes;
         if (NextLine()) execute_line();
         else if (!read_input()) break;
     }

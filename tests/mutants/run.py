@@ -21,7 +21,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 FAULTS = pathlib.Path(__file__).with_name("faults.txt")
 WORK = ROOT / "build" / "mutants"
 TREE, BUILD = WORK / "tree", WORK / "build"
-FOLDERS = ["board", "book", "cmake", "driver", "eval", "search", "tablebases", "tests", "tools", "doc"]
+COPIED = ["board", "book", "cmake", "driver", "eval", "search", "tablebases", "tests", "tools", "doc", "scripts",
+          "CMakeLists.txt", "README.md"]
 
 
 def faults():
@@ -49,7 +50,7 @@ def prepare():
     if shutil.which("rsync") is None:
         sys.exit("rsync is needed (package rsync)")
     TREE.mkdir(parents=True, exist_ok=True)
-    sources = [str(ROOT / name) for name in FOLDERS] + [str(ROOT / "CMakeLists.txt")]
+    sources = [str(ROOT / name) for name in COPIED]
     steps = [
         ["rsync", "-a", "--checksum", "--delete", "--exclude", "node_modules", *sources, f"{TREE}/"],
         ["cmake", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=Release"],
