@@ -102,12 +102,19 @@ EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_spac
 }
 
 EngineProcess::~EngineProcess() {
+    // Ended in order, the program reports leaks to the sanitizer and its lines to the coverage.
+    if (Running()) {
+        kill(pid_, SIGTERM);
+        const int status = WaitForExit(5000);
+        EXPECT_TRUE(status == 0 || failed_) << "SIGTERM ended it with " << status << "; the dialogue was\n"
+                                            << Transcript();
+        if (status == NotEnded) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+        }
+    }
     if (to_engine_ >= 0) close(to_engine_);
     if (from_engine_ >= 0) close(from_engine_);
-    if (pid_ > 0 && !reaped_) {
-        kill(pid_, SIGKILL);
-        waitpid(pid_, nullptr, 0);
-    }
     std::error_code ignored;
     if (!directory_.empty()) std::filesystem::remove_all(directory_, ignored);
 }

@@ -25,7 +25,7 @@ public:
     // With `address_space` the program gets no more memory than that, in bytes.
     explicit EngineProcess(const std::vector<File>& files = {}, size_t address_space = 0,
                            Channel channel = Channel::Pipes);
-    // Ends the program by force when it still runs, and removes the directory.
+    // Ends the program when it still runs, which it must obey in order, and removes the directory.
     ~EngineProcess();
     EngineProcess(const EngineProcess&) = delete;
     EngineProcess& operator=(const EngineProcess&) = delete;
