@@ -109,6 +109,34 @@ TEST_F(SearchNodeTest, PawnEndingsAreNotPassed) {
     EXPECT_LT(search(-51, -50, 4 * ONE_PLY, true, CutNode), -50);
 }
 
+// Black, to move, would mate on the back rank; White is far enough ahead to try a null move first.
+TEST_F(SearchNodeTest, AThreatOfMateIsRemembered) {
+    for (const auto& [fen, threat] : {std::pair{"2r3k1/5ppp/8/NN6/8/8/5PPP/6K1 w - - 0 1", true},
+                                      {"2r3k1/5ppp/8/NN6/8/7P/5PP1/6K1 w - - 0 1", false}}) {
+        EnterNode(fen, 1);
+        search(-401, -400, 6 * ONE_PLY, true, CutNode);
+        TableProbe probe;
+        ProbeMain(probe, -401, -400, 6 * ONE_PLY, 1, false);
+        ASSERT_TRUE(probe.hit);
+        EXPECT_EQ(probe.node_mark, threat) << fen;
+    }
+}
+
+// White's only move is not in check, so nothing but its being alone earns it the depth of its node.
+TEST_F(SearchNodeTest, AnOnlyMoveIsSearchedDeeper) {
+    constexpr int depth = 8 * ONE_PLY;
+    EnterNode("6rk/8/8/8/8/p7/P7/7K w - - 0 1", 1);
+    const Move only = ParseCoordinate("h1h2");
+    ASSERT_EQ(LegalMoveList(), MoveList{only});
+    StoreTable(depth - ONE_PLY, only, -300, BoundExact, 0, 0, 1);
+    search(-MATE, MATE, depth, false, PvNode);
+    MakeMove(only);
+    const TableEntry* const entry = PeekTable();
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->depth, depth);
+    UnmakeMove();
+}
+
 struct OrderCase {
     const char *why, *fen, *hash;
     Move killer;
