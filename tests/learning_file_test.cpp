@@ -124,6 +124,22 @@ TEST_F(LearningFile, BytesAndDepths) {
     EXPECT_EQ(Bytes().size(), FirstRecord + 24) << "refreshed in place";
 }
 
+// A position that has the first half of its key in common with a learned one.
+TEST_F(LearningFile, BothHalvesOfTheKeyCount) {
+    Learn("e2e4", 40, 7);
+    CloseLearning();
+    std::string bytes = Bytes();
+    Put(bytes, FirstRecord + 16, WordAt(bytes, FirstRecord + 16) ^ 1);
+    WriteFile(bytes);
+    Loaded();
+    EXPECT_EQ(Known("e2e4", 40), Unknown);
+    Learn("e2e4", 40, 8);
+    Loaded();
+    EXPECT_EQ(Known("e2e4", 40), 8);
+    EXPECT_EQ(Bytes().substr(FirstRecord, 20), bytes.substr(FirstRecord, 20)) << "the other stays as it was";
+    EXPECT_EQ(Reachable(Bytes()), 2);
+}
+
 // Links that lead to half a record or to none.
 TEST_F(LearningFile, CutFiles) {
     Learn("e2e4", 40, 1);

@@ -29,6 +29,8 @@ struct SearchNodeTest : ::testing::Test {
     void TearDown() override {
         current_ply = 0;
         iteration_depth = 0;
+        band_low = -32767;
+        band_high = 32767;
     }
 };
 
@@ -88,6 +90,28 @@ TEST_F(SearchNodeTest, StalemateNearAlphaIsADraw) {
     EnterNode("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 1);
     const int eval = Evaluate();
     EXPECT_EQ(search(eval - 50, eval - 49, ONE_PLY, false, CutNode), 0);
+}
+
+// Material outside the band of an iteration is enough for a score, but only for one that cuts off.
+TEST_F(SearchNodeTest, MaterialOutsideTheBand) {
+    const struct {
+        const char *why, *fen;
+        int alpha, least, most;
+    } cases[] = {
+        {"ahead", "6k1/5ppp/8/3r4/8/8/3Q1PPP/6K1 w - - 0 1", 100, 400, 400},
+        {"ahead, but there is more to win", "6k1/5ppp/8/3r4/8/8/3Q1PPP/6K1 w - - 0 1", 700, 701, 1200},
+        {"behind", "6k1/5ppp/8/8/8/8/3Q1PPP/6K1 b - - 0 1", -1000, -900, -900},
+        {"inside", "6k1/5ppp/8/3r4/8/8/3R1PPP/6K1 w - - 0 1", 300, 301, 1000},
+    };
+    band_low = -300;
+    band_high = 300;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.why);
+        EnterNode(c.fen, 1);
+        const int score = quiesce(c.alpha, c.alpha + 1, 0, CutNode);
+        EXPECT_GE(score, c.least);
+        EXPECT_LE(score, c.most);
+    }
 }
 
 // What quiescence stores of a position says whether there is anything to capture in it.
