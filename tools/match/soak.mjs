@@ -2,7 +2,8 @@
 // Keeps an engine process busy without an end: games with random clocks, options, takebacks, set-up
 // positions, analysis, pondering, nonsense and interruptions. Every answer is checked against the rules as
 // chess.js knows them, memory and descriptors are watched. The time to "readyok" and from "stop" to
-// "bestmove" is measured, and how late moves of fixed time come.
+// "bestmove" is measured, and how late moves of fixed time come. Time that engine or user spent waiting for
+// a processor, as Linux counts it, is not the engine's: it is taken off, and the longest is printed with it.
 import { Chess } from 'chess.js';
 import { spawn } from 'node:child_process';
 import { mkdtempSync, readFileSync, readdirSync, rmSync, copyFileSync, existsSync } from 'node:fs';
@@ -53,10 +54,22 @@ class Process {
     this.child.stdout.on('data', (chunk) => {
       const lines = (rest + chunk).split('\n');
       rest = lines.pop();
-      const at = performance.now();
+      const at = this.now();
       for (const line of lines) { this.note(`< ${line}`); this.unread.push({ line, at }); }
       this.wake?.();
     });
+  }
+
+  // The time, and how much of it engine and user have waited for a processor. In milliseconds.
+  now() {
+    const waited = (pid) => { try { return Number(readFileSync(`/proc/${pid}/schedstat`, 'utf8').split(' ')[1]) / 1e6; } catch { return 0; } };
+    return { ms: performance.now(), withheld: waited(this.child.pid) + waited('self') };
+  }
+
+  // From then to the arrival of the line given out last, of which `due` ms were asked for.
+  since(then, due = 0) {
+    const ms = Math.max(0, this.arrived.ms - then.ms - due);
+    return { ms, own: Math.max(0, ms - (this.arrived.withheld - then.withheld)) };
   }
 
   note(text) {
@@ -184,10 +197,10 @@ class UciUser {
   }
 
   async ready() {
-    const sent = performance.now();
+    const sent = this.engine.now();
     this.engine.send('isready');
     await this.engine.line((l) => l === 'readyok', 'readyok', (l) => this.noBestMove(l));
-    this.count.ready.push(this.engine.arrived - sent);
+    this.count.ready.push(this.engine.since(sent));
   }
 
   noBestMove(line) { if (line.startsWith('bestmove')) throw new Fault('a "bestmove" that nobody asked for'); }
@@ -230,11 +243,11 @@ class UciUser {
   // Sends position and limits, and takes the answer. What a move of fixed time takes too long is kept.
   async go(position, board) {
     const text = this.goText();
-    const sent = performance.now();
+    const sent = this.engine.now();
     this.engine.send(position, `go ${text}`);
     const answer = await this.bestMove(board);
     const fixed = /^movetime (\d+)$/.exec(text);
-    if (fixed) this.count.late.push(Math.max(0, this.engine.arrived - sent - fixed[1]));
+    if (fixed) this.count.late.push(this.engine.since(sent, Number(fixed[1])));
     return answer;
   }
 
@@ -271,21 +284,21 @@ class UciUser {
     if (board.moves().length > 0) {
       for (let i = random.below(4); i > 0; --i) {
         await sleep(random.below(60));
-        const sent = performance.now();
+        const sent = engine.now();
         engine.send('isready');
         // A search of bounded depth may end meanwhile; its answer is looked at below.
         const seen = [];
         await engine.line((l) => l === 'readyok', 'readyok', (l) => seen.push(l));
-        this.count.ready.push(engine.arrived - sent);
+        this.count.ready.push(engine.since(sent));
         engine.unread.unshift(...seen.filter((l) => l !== 'readyok').map((line) => ({ line, at: engine.arrived })));
       }
       if (random.chance(0.2)) engine.send(random.of(['debug on', 'debug off', 'xyzzy', '']));
       await sleep(random.below(40));
     }
-    const sent = performance.now();
+    const sent = engine.now();
     engine.send('stop');
     await this.bestMove(board);
-    this.count.stop.push(Math.max(0, engine.arrived - sent));
+    this.count.stop.push(engine.since(sent));
     await this.ready();
   }
 
@@ -427,7 +440,11 @@ class XboardUser {
 
 // ---- The run ------------------------------------------------------------------------------------
 
-const quantile = (list, q) => (list.length ? [...list].sort((a, b) => a - b)[Math.min(list.length - 1, Math.floor(q * list.length))] : 0);
+// Of the engine's own times.
+function quantile(list, q) {
+  const own = list.map((time) => time.own).sort((a, b) => a - b);
+  return own.length ? own[Math.min(own.length - 1, Math.floor(q * own.length))] : 0;
+}
 
 async function soak(User, name, options) {
   const engine = new Process(options.engine, options.log);
@@ -459,7 +476,7 @@ async function soak(User, name, options) {
     rmSync(engine.folder, { recursive: true, force: true });
     process.exitCode = 1;
   }
-  const times = (list) => `${list.length} times, 99.9 % within ${quantile(list, 0.999).toFixed(1)} ms, longest ${quantile(list, 1).toFixed(1)} ms`;
+  const times = (list) => `${list.length} times, 99.9 % within ${quantile(list, 0.999).toFixed(1)} ms, longest ${quantile(list, 1).toFixed(1)} ms (with waiting for a processor ${Math.max(0, ...list.map((time) => time.ms)).toFixed(1)})`;
   console.log(`${name}: ${minutes().toFixed(1)} minutes, ${count.episodes} episodes, ${count.games} games, ${count.moves} moves checked; `
     + `memory grew by ${most} KB, ${settled?.descriptors ?? '?'} descriptors`
     + (count.ready.length ? `; isready ${times(count.ready)}; stop ${times(count.stop)}; late ${times(count.late)}` : ''));
