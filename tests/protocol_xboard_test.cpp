@@ -306,7 +306,7 @@ TEST(XboardPonder, AnIllegalMoveIsRefusedAndTheRightOneStillAnswered) {
 }
 
 TEST(XboardPonder, NoMoveFollowsAResultWhenThePredictionHasComeTrue) {
-    RunDialogue({"", "> $1 | result 1-0 {White mates}\nsleep 1500\n- move .*"}, ponder);
+    RunDialogue({"", "> time 60000 | $1 | result 1-0 {White mates}\nsleep 1500\n- move .*"}, ponder);
 }
 
 TEST(XboardPonder, CommandsSeeTheBoardWithoutThePrediction) {
