@@ -52,7 +52,8 @@ def prepare():
     TREE.mkdir(parents=True, exist_ok=True)
     sources = [str(ROOT / name) for name in COPIED]
     steps = [
-        ["rsync", "-a", "--checksum", "--delete", "--exclude", "node_modules", *sources, f"{TREE}/"],
+        # Not with their times: what an interrupted run has left faulty must be built anew.
+        ["rsync", "-rlp", "--checksum", "--delete", "--exclude", "node_modules", *sources, f"{TREE}/"],
         ["cmake", "-S", TREE, "-B", BUILD, "-DCMAKE_BUILD_TYPE=Release"],
         ["cmake", "--build", BUILD, "--parallel", "2"],
     ]
