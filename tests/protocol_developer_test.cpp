@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <filesystem>
 #include <regex>
 #include <sstream>
 
@@ -237,7 +238,12 @@ TEST(Developer, EvaluationsInterrupted) {
         EngineProcess engine({{name, positions}});
         engine.Start();
         engine.Send(std::string("epdevl ") + name);
-        for (int i = 0; i < 10000 && engine.ReadFile("out.epd.tmp").empty(); ++i) usleep(1000);
+        const auto begun = [&] {
+            std::error_code error;
+            const auto size = std::filesystem::file_size(engine.Directory() + "/out.epd.tmp", error);
+            return !error && size > 0;
+        };
+        for (int i = 0; i < 10000 && !begun(); ++i) usleep(1000);
         engine.Send("stop");
         EXPECT_EQ(engine.Sync(), std::vector<std::string>());
         const std::string kept = engine.ReadFile("out.epd");

@@ -114,6 +114,28 @@ TEST_F(SearchNodeTest, MaterialOutsideTheBand) {
     }
 }
 
+// A pinned knight cannot take the queen, even when the table says it should.
+TEST_F(SearchNodeTest, QuiescenceTakesWithNoPinnedPiece) {
+    for (const bool remembered : {false, true}) {
+        EnterNode("6k1/8/1b6/8/8/3q4/5N2/6K1 w - - 0 1", 1);
+        const Move take = PackMove(SquareAt(5, 1), SquareAt(3, 2), KNIGHT, QUEEN);
+        if (remembered) StoreTable(0, take, 0, BoundLower, 0, 0, 1);
+        EXPECT_LT(quiesce(-2000, 2000, 0, PvNode), -500) << remembered;
+    }
+}
+
+// White can only take a pawn: worth a look when that may reach alpha.
+TEST_F(SearchNodeTest, QuiescencePassesOverCapturesThatGainTooLittle) {
+    for (const auto& [missing, looked] : {std::pair{60, true}, {250, false}}) {
+        ClearSearch();
+        EnterNode("kqr5/8/8/3p4/4P3/8/8/5RQK w - - 0 1", 1);
+        const int alpha = Evaluate() + missing;
+        const int64_t before = nodes_searched;
+        quiesce(alpha, alpha + 1, 0, CutNode);
+        EXPECT_EQ(nodes_searched - before > 1, looked) << missing;
+    }
+}
+
 // What quiescence stores of a position says whether there is anything to capture in it.
 TEST_F(SearchNodeTest, PositionsWithoutCapturesAreRemembered) {
     for (const auto& [fen, none] : {std::pair{"4k3/4p3/8/8/8/8/4P3/4K3 w - - 0 1", true},

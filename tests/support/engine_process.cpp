@@ -268,6 +268,13 @@ double EngineProcess::CpuMilliseconds() const {
     return double(used.tv_sec) * 1e3 + double(used.tv_nsec) / 1e6;
 }
 
+double EngineProcess::WithheldMilliseconds() const {
+    std::ifstream statistics("/proc/" + std::to_string(pid_) + "/schedstat");
+    double used = 0, waited = 0;  // nanoseconds
+    statistics >> used >> waited;
+    return waited / 1e6;
+}
+
 std::string EngineProcess::ReadFile(const std::string& name) const {
     std::ifstream file(directory_ + "/" + name, std::ios::binary);
     return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());

@@ -70,6 +70,8 @@ public:
 
     // User and system time used so far, in milliseconds.
     double CpuMilliseconds() const;
+    // How long it has waited for a processor that others had, in milliseconds; 0 where that is not told.
+    double WithheldMilliseconds() const;
 
     const std::string& Directory() const { return directory_; }
     // Contents of a file in the directory; empty when there is none.
