@@ -17,6 +17,10 @@ struct SlotDivisor {
     }
     uint32_t Remainder(uint32_t x) const {  // count != 0
         const uint64_t fraction = reciprocal * x;
+#ifdef __SIZEOF_INT128__
         return uint32_t((static_cast<unsigned __int128>(fraction) * count) >> 64);
+#else
+        return uint32_t(((fraction >> 32) * count + ((fraction & UINT32_MAX) * count >> 32)) >> 32);
+#endif
     }
 };

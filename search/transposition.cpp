@@ -7,6 +7,7 @@
 #include "board/memory.h"
 #include "board/ordering_data.h"
 #include "board/position.h"
+#include "eval/slot_index.h"
 
 int32_t writes_this_search;
 
@@ -18,15 +19,12 @@ constexpr uint32_t MoveMask = 0x1FFFFF;
 constexpr uint32_t DefaultEntries = 524288;
 
 TableEntry* table;
-uint32_t table_entries;
-uint64_t table_reciprocal;  // 2^64 / table_entries, rounded up: makes `mod` two multiplications
+SlotDivisor entries_divisor;  // its count is the number of entries
 
 size_t TableBytes(uint32_t entries) { return (size_t(entries) + SpareEntries) * sizeof(TableEntry); }
 
 uint32_t BucketIndex(uint32_t x) {
-    if (table_entries == DefaultEntries) return x & (DefaultEntries - 1);
-    const uint64_t fraction = table_reciprocal * x;
-    return uint32_t((static_cast<unsigned __int128>(fraction) * table_entries) >> 64);
+    return TableEntries() == DefaultEntries ? x & (DefaultEntries - 1) : entries_divisor.Remainder(x);
 }
 
 TableEntry* Bucket(uint64_t key, Colour side) { return table + BucketIndex(uint32_t(key) ^ (uint32_t(side) << 2)); }
@@ -35,7 +33,7 @@ int BoundOf(uint32_t packed) { return int(packed >> 21) & 3; }
 uint32_t SideOf(uint32_t packed) { return (packed >> 23) & 1; }
 
 TableEntry* Find() {
-    if (table_entries == 0) return nullptr;
+    if (TableEntries() == 0) return nullptr;
     const uint64_t key = PositionKey();
     const Colour side = SideToMove();
     TableEntry* entry = Bucket(key, side);
@@ -87,24 +85,23 @@ bool AllocateTable(uint32_t entries) {
     FreeTable();
     table = static_cast<TableEntry*>(AllocateZeroed(TableBytes(entries)));
     if (table == nullptr) return false;
-    table_entries = entries;
-    table_reciprocal = entries > 0 ? UINT64_MAX / entries + 1 : 0;
+    entries_divisor.Set(entries);
     table_generation = 0;
     return true;
 }
 
 void FreeTable() {
-    FreeZeroed(table, TableBytes(table_entries));
+    FreeZeroed(table, TableBytes(TableEntries()));
     table = nullptr;
-    table_entries = 0;
+    entries_divisor.Set(0);
 }
 
 void ClearTable() {
-    if (table != nullptr) std::memset(static_cast<void*>(table), 0, TableBytes(table_entries));
+    if (table != nullptr) std::memset(static_cast<void*>(table), 0, TableBytes(TableEntries()));
     table_generation = 0;
 }
 
-uint32_t TableEntries() { return table_entries; }
+uint32_t TableEntries() { return entries_divisor.count; }
 
 void AgeTable(int generations) { table_generation = uint16_t(table_generation + generations); }
 
@@ -134,7 +131,7 @@ void ProbeQuiescence(TableProbe& probe, int alpha, int beta, int ply, bool cutof
 }
 
 void StoreTable(int depth, Move move, int score, int bound, int mark, int flags, int ply) {
-    if (table_entries == 0) return;
+    if (TableEntries() == 0) return;
     const uint64_t key = PositionKey();
     const Colour side = SideToMove();
     TableEntry* slot = Bucket(key, side);
@@ -173,10 +170,10 @@ void StoreTable(int depth, Move move, int score, int bound, int mark, int flags,
     target->flags = int16_t(flags);
 }
 
-int HashFull() { return table_entries == 0 ? 0 : int(int64_t(writes_this_search) * 1000 / table_entries); }
+int HashFull() { return TableEntries() == 0 ? 0 : int(int64_t(writes_this_search) * 1000 / TableEntries()); }
 
 void PrefetchTable(uint64_t key, Colour side) {
-    if (table_entries == 0) return;
+    if (TableEntries() == 0) return;
     // 80 bytes at any alignment of 4 touch two lines.
     const char* const bucket = reinterpret_cast<const char*>(Bucket(key, side));
     __builtin_prefetch(bucket);
