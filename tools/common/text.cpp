@@ -33,7 +33,7 @@ NewFile OpenNewFile(const std::string& path, std::string& why) {
     for (int number = 0; opened.file == nullptr && number < 1000; ++number) {
         opened.temporary = opened.target;
         opened.temporary += ".new" + (number == 0 ? "" : std::to_string(number));
-        opened.file = std::fopen(opened.temporary.c_str(), "wbx");
+        opened.file = std::fopen(opened.temporary.string().c_str(), "wbx");
         if (opened.file == nullptr && errno != EEXIST) break;
     }
     if (opened.file == nullptr) why = "cannot be written";
@@ -63,9 +63,12 @@ bool ReplaceFile(const std::string& path, const std::string& text) {
     const NewFile made = OpenNewFile(path, why);
     if (made.file == nullptr) return false;
     const bool written = std::fwrite(text.data(), 1, text.size(), made.file) == text.size();
-    if (std::fclose(made.file) == 0 && written && std::rename(made.temporary.c_str(), made.target.c_str()) == 0)
-        return true;
-    std::remove(made.temporary.c_str());
+    std::error_code error;
+    if (std::fclose(made.file) == 0 && written) {
+        fs::rename(made.temporary, made.target, error);
+        if (!error) return true;
+    }
+    fs::remove(made.temporary, error);
     return false;
 }
 
@@ -75,7 +78,8 @@ bool CanReplaceFile(const std::string& path, std::string* why) {
     if (why != nullptr) *why = reason;
     if (made.file == nullptr) return false;
     std::fclose(made.file);
-    std::remove(made.temporary.c_str());
+    std::error_code error;
+    fs::remove(made.temporary, error);
     return true;
 }
 
