@@ -12,6 +12,8 @@ endif()
 
 if(CORVANTIS_NATIVE)
     target_compile_options(corvantis_flags INTERFACE -march=native)
+elseif(CORVANTIS_ARCH)
+    target_compile_options(corvantis_flags INTERFACE -march=${CORVANTIS_ARCH})
 endif()
 
 if(CORVANTIS_FUZZ)

@@ -19,27 +19,72 @@ expect(0 "" ${CMAKE_COMMAND} -E env DESTDIR=${WORK}/staged ${CMAKE_COMMAND} --in
 set(named_folders "${WORK}/relative" /somewhere)
 set(places "${WORK}/relative" "${WORK}/staged/somewhere")
 foreach(named place IN ZIP_LISTS named_folders places)
-    file(STRINGS "${place}/share/corvantis/Corvantis.ini.sample" lines REGEX "^[^;]")
-    if(NOT lines STREQUAL "EGTBPath = ${named}/share/corvantis/tablebases")
+    file(STRINGS "${place}/share/games/corvantis/Corvantis.ini.sample" lines REGEX "^[^;]")
+    if(NOT lines STREQUAL "EGTBPath = ${named}/share/games/corvantis/tablebases")
         message(SEND_ERROR "the sample in ${place} says: ${lines}")
     endif()
-    foreach(file bin/corvantis share/corvantis/Book.cvt share/corvantis/values.txt
-            share/corvantis/tablebases/kqk.nbw.emd share/corvantis/tablebases/kpk.nbb.emd)
+    foreach(file games/corvantis games/corvantis-make-book games/corvantis-make-tablebase
+            libexec/corvantis/corvantis libexec/corvantis/corvantis-bench
+            share/games/corvantis/Book.cvt share/games/corvantis/values.txt
+            share/games/corvantis/tablebases/kqk.nbw.emd share/games/corvantis/tablebases/kpk.nbb.emd
+            share/games/plugins/xboard/corvantis.eng share/man/man6/corvantis.6
+            share/doc/corvantis/README.md share/doc/corvantis/book.md share/doc/corvantis/copyright)
         if(NOT EXISTS "${place}/${file}")
             message(SEND_ERROR "${file} is missing in ${place}")
         endif()
     endforeach()
 endforeach()
 
-# With everything in its place a start has nothing to complain of.
-set(data "${WORK}/relative/share/corvantis")
-file(WRITE "${WORK}/quit" "quit\n")
-configure_file("${data}/Corvantis.ini.sample" "${data}/Corvantis.ini" COPYONLY)
-execute_process(COMMAND "${WORK}/relative/bin/corvantis" INPUT_FILE "${WORK}/quit" OUTPUT_VARIABLE output
-    RESULT_VARIABLE result WORKING_DIRECTORY "${data}")
-if(NOT result EQUAL 0 OR NOT output MATCHES "Opened 10 files" OR output MATCHES "\n(Error|Illegal|Invalid|Unknown|\\*\\*\\*)")
-    message(SEND_ERROR "a start of the installed program says ${result}:\n${output}")
+# What a user meets who starts the installed program: a folder of his own with all that is needed, in which
+# nothing is complained of and the book can be written.
+set(launch ${CMAKE_COMMAND} -E env --unset=XDG_DATA_HOME --unset=CORVANTIS_HOME HOME=${WORK}/home)
+set(program "${WORK}/relative/games/corvantis")
+set(own "${WORK}/home/.local/share/corvantis")
+file(WRITE "${WORK}/lines" "bkm\nquit\n")
+function(start own)
+    execute_process(COMMAND ${ARGN} INPUT_FILE "${WORK}/lines" OUTPUT_VARIABLE output ERROR_VARIABLE errors
+        RESULT_VARIABLE result)
+    if(NOT result EQUAL 0 OR NOT errors STREQUAL "" OR NOT output MATCHES "Opened 10 files.*e4"
+            OR output MATCHES "\n(Error|Illegal|Invalid|WARNING|\\*\\*\\*)")
+        message(SEND_ERROR "${ARGN} says ${result}:\n${output}${errors}")
+    endif()
+    foreach(file Book.cvt Corvantis.ini values.txt)
+        if(NOT EXISTS "${own}/${file}")
+            message(SEND_ERROR "${file} is missing in ${own}")
+        endif()
+    endforeach()
+endfunction()
+start("${own}" ${launch} ${program})
+start("${WORK}/data/corvantis" ${launch} XDG_DATA_HOME=${WORK}/data ${program})
+start("${WORK}/home/mine" ${launch} XDG_DATA_HOME=${WORK}/data CORVANTIS_HOME=${WORK}/home/mine ${program})
+# What is the user's stays; what he has removed comes back; parameters follow the installed ones.
+file(APPEND "${own}/Corvantis.ini" "\nResignTimes = 7\n")
+file(REMOVE "${own}/Book.cvt")
+file(CREATE_LINK /nowhere/values.txt "${own}/values.txt" SYMBOLIC)
+start("${own}" ${launch} ${program})
+file(STRINGS "${own}/Corvantis.ini" lines REGEX "^ResignTimes = 7$")
+if(lines STREQUAL "")
+    message(SEND_ERROR "the user's configuration was written over")
 endif()
+file(GLOB left "${own}/*")
+list(LENGTH left count)
+if(NOT count EQUAL 3)
+    message(SEND_ERROR "more than three files: ${left}")
+endif()
+# A link to the program, as in /usr/local/bin, finds everything all the same.
+file(CREATE_LINK "${program}" "${WORK}/link" SYMBOLIC)
+start("${own}" ${launch} ${WORK}/link)
+# Where nothing can be written it still plays.
+file(WRITE "${WORK}/file" "")
+execute_process(COMMAND ${launch} CORVANTIS_HOME=${WORK}/file/in ${program} INPUT_FILE "${WORK}/lines"
+    OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+if(NOT result EQUAL 0 OR NOT output MATCHES "Corvantis v" OR NOT errors MATCHES "file/in cannot be written")
+    message(SEND_ERROR "without a folder it says ${result}:\n${output}${errors}")
+endif()
+expect(0 "^usage: corvantis " ${launch} ${program} --help)
+expect(0 "^Corvantis 1\\.70\n$" ${launch} ${program} --version)
+expect(2 "^corvantis: '--book' is no option" ${launch} ${program} --book)
+expect(0 "\n[0-9]+ nodes [0-9]+ nps\n$" ${launch} ${program} bench 2)
 
 # Tables: made, there already, damaged, and a stranger's.
 set(make "${BUILD}/make_tablebase" --output tables)
