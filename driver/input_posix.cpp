@@ -25,8 +25,12 @@ bool Terminated() { return terminated != 0; }
 
 void HandleSignal(int number) {
     const int saved = errno;
-    if (number == SIGINT) interrupted = 1;
-    else terminated = 1;
+    if (number == SIGINT) {
+        interrupted = 1;
+    } else {
+        terminated = 1;
+        alarm(1);  // should the program be on its way into a write that nobody takes
+    }
     const char byte = 0;
     // A full pipe wakes as well as one more byte would.
     if (write(wake_pipe[1], &byte, 1) < 0) errno = saved;
@@ -68,6 +72,7 @@ void InitialisePlatform() {
     give_up_writing = Terminated;
     Install(SIGINT, isatty(STDIN_FILENO) ? HandleSignal : SIG_IGN);
     Install(SIGTERM, HandleSignal);
+    Install(SIGALRM, HandleSignal);
     Install(SIGHUP, HandleSignal);
 }
 

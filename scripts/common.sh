@@ -98,15 +98,17 @@ build() {
 # run_tests FOLDER CTEST-OPTION...: sets passed, failed and skipped. True when nothing failed
 # and something ran.
 run_tests() {
-    local folder=$1 report total
+    local folder=$1 report total status=0
     shift
     passed=0 failed=0 skipped=0
     report=$(mktemp)
     ctest --test-dir "$folder" --parallel "$jobs" --output-on-failure --output-junit "$report" "$@" </dev/null \
-        || true
+        || status=$?
     count() { grep -o "$1=\"[0-9]*\"" "$report" | head -n 1 | tr -dc 0-9; }
     total=$(count tests) failed=$(count failures) skipped=$(count skipped)
     total=${total:-0} failed=${failed:-0} skipped=${skipped:-0}
+    # Programs that are missing count as skipped there.
+    if [ "$status" -ne 0 ] && [ "$failed" -eq 0 ]; then failed=1 skipped=$((skipped > 0 ? skipped - 1 : 0)); fi
     passed=$((total - failed - skipped))
     rm -f "$report"
     [ "$failed" -eq 0 ] && [ "$passed" -gt 0 ]

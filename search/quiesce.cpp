@@ -28,7 +28,7 @@ namespace {
 
 // The periodic check belongs to the main nodes. Only where captures breed captures without
 // end, on boards full of queens, does it come due this many nodes ago.
-constexpr int OverdueCheck = -200000;
+constexpr int OverdueCheck = -5000;
 
 constexpr int NoChecksDepth = -16;  // at or below: no checks at all
 constexpr int LastCheckDepth = -8;  // below: only the once-per-line rule

@@ -98,6 +98,27 @@ const Dialogue xboard_frontends[] = {
         > computer | white | time 200 | otim 200 | black | go
         < move [a-h][1-8][a-h][1-8]
         - Illegal.*)"},
+    {"XBoard 4.9, repeating control, and the demand to move behind its interrupt", R"(
+        > xboard | new | random | level 40 0:01 0 | post | easy | force | e2e4 | time 100 | otim 100 | black | go
+        < move [a-h][78][a-h][1-8]
+        > new | st 60 | e2e4
+        sleep 100
+        interrupt
+        > ?
+        < move [a-h][78][a-h][1-8]
+        took 0 1000)"},
+    {"XBoard 4.9, analysis of a set-up position", R"(
+        > xboard | new | post | force
+        > edit | # | Ke1 | Pe2 | c | Ke8 | .
+        > analyze
+        sleep 100
+        > .
+        < stat01: .*
+        > e2e4
+        sleep 100
+        > undo | . | exit
+        < stat01: .*
+        fen 4k3/8/8/8/8/8/4P3/4K3 w - -)"},
     {"XBoard 4.9, analysis with status requests", R"(
         > xboard | new | random | level 40 5 0 | post | easy | force | analyze
         sleep 150
@@ -279,7 +300,8 @@ const Dialogue uci_frontends[] = {
         - .*)"},
     {"lichess-bot", R"(
         > setoption name Move Overhead value 100 | setoption name Threads value 1 | setoption name Hash value 16
-        > setoption name SyzygyPath value /nowhere | ucinewgame | isready
+        > setoption name SyzygyPath value /nowhere | setoption name UCI_Opponent value none none computer X
+        > ucinewgame | isready
         < readyok
         > position startpos moves e2e4 | go wtime 1000 btime 1000 winc 100 binc 100
         < bestmove .*)"},

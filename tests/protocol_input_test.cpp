@@ -315,6 +315,29 @@ TEST(Signals, TerminationReachesAProgramThatNobodyReads) {
     EXPECT_EQ(engine.WaitForExit(3000, EngineProcess::Unread), 0);
 }
 
+// The pipe is full to its end: the signal comes when the program is just on its way into the write that
+// nobody will take.
+TEST(Signals, TerminationJustBeforeAWriteThatBlocks) {
+    std::string flood;
+    for (int i = 0; i < 8192; ++i) flood += "isready\n";
+    for (int times = 0; times < 5; ++times) {
+        EngineProcess engine;
+        engine.Start();
+        engine.SendRaw(flood);
+        Sleep(300);
+        engine.Send("uci");
+        engine.Signal(SIGTERM);
+        EXPECT_EQ(engine.WaitForExit(5000, EngineProcess::Unread), 0);
+    }
+}
+
+TEST(Signals, QuitAndTerminationWhilePondering) {
+    EngineProcess engine;
+    RunSteps(engine, "> xboard | new | hard | sd 5 | e2e4\n< Hint: .*\n> result * {xboard exit} | quit");
+    engine.Signal(SIGTERM);
+    EXPECT_EQ(engine.WaitForExit(3000), 0);
+}
+
 // Ctrl-C ends what runs, and at the prompt the program.
 TEST(Signals, InterruptOfATerminal) {
     EngineProcess engine({}, 0, EngineProcess::Channel::Terminal);

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <fstream>
+#include <iterator>
 #include <regex>
 
 #include "tests/support/dialogue.h"
@@ -16,6 +18,12 @@ protected:
 };
 
 std::string BestMove(const std::string& line) { return line.substr(9, line.find(' ', 9) - 9); }
+
+// The book that is made with the engine.
+std::string ShippedBook() {
+    std::ifstream file(CORVANTIS_BOOK, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
 
 bool Contains(const std::vector<std::string>& moves, const std::string& move) {
     return std::find(moves.begin(), moves.end(), move) != moves.end();
@@ -191,6 +199,24 @@ TEST_F(Uci, PlaysAGameAgainstItself) {
     EXPECT_GT(predictions, 30) << moves;
 }
 
+TEST_F(Uci, ClocksInEveryOrderForBothSides) {
+    for (const std::string position : {"startpos", "startpos moves e2e4"}) {
+        std::vector<std::string> words = {"binc 10", "btime 100", "winc 10", "wtime 100"};
+        do {
+            const std::string go = "go " + words[0] + " " + words[1] + " " + words[2] + " " + words[3];
+            RunSteps(engine,
+                     ("> position " + position + " | isready\n< readyok\n> " + go
+                      + "\n< info .*score .* pv .*\n< bestmove [a-h][1-8][a-h][1-8].*")
+                         .c_str());
+        } while (std::next_permutation(words.begin(), words.end()));
+    }
+    RunSteps(engine, R"(
+        > position startpos moves e2e4 | go btime 100
+        < info .*score .* pv .*
+        < bestmove .*)");
+    CheckInfoLines(engine);
+}
+
 // Half a second a side for a whole game, and a second for every 20 moves: no clock may run out. Time that
 // the machine kept for others is forgiven, and a tenth of a second for the way to us.
 TEST_F(Uci, KeepsItsOwnClocks) {
@@ -293,6 +319,33 @@ const Dialogue uci_dialogues[] = {
         > position startpos | go movetime 500
         < bestmove .*
         took 450 1500)"},
+    // Captures breed captures there: the first iteration alone takes millions of nodes.
+    {"the time for a move is kept on the most crowded of boards", R"(
+        > position fen r1n1n1b1/1P1P1P1P/1N1N1N2/2RnQrRq/2pKp3/3BNQbQ/k7/4Bq2 w - - 0 1 | go movetime 10
+        < bestmove .*
+        took 0 100
+        > go nodes 1000
+        < bestmove .*
+        times 0 info .*nodes \d{6,} .*)"},
+    {"a book move comes at once, but ends no infinite and no ponder search",
+     R"(
+        > position startpos | go wtime 60000 btime 60000
+        < bestmove .*
+        took 0 1000
+        > position startpos | go infinite
+        sleep 200
+        - bestmove.*
+        > stop
+        < bestmove .*
+        > position startpos | go ponder wtime 1000 btime 1000
+        sleep 200
+        - bestmove.*
+        > ponderhit
+        < bestmove .*
+        > setoption name OwnBook value false | position startpos | go movetime 100
+        < info .*score .*
+        < bestmove .*)",
+     {{"Book.cvt", ShippedBook()}}},
     // The limit is looked at when the poll countdown runs out, which it sets to the nodes left.
     {"the limit of nodes is kept", R"(
         > position startpos | go nodes 30000

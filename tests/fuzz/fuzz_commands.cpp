@@ -55,7 +55,7 @@ bool LeftOut(std::string_view line) {
     if (command != nullptr && command->keyword != nullptr)
         for (const char* keyword : {"q", "reload", "perft", "demo", "selftest", "tunenew"})
             if (std::strcmp(command->keyword, keyword) == 0) return true;
-    if (Contains(lower, "quit") || Contains(lower, "exit")) return true;
+    if (Contains(lower, "quit")) return true;
     if (Contains(lower, "hash") || Contains(lower, "cache")) {
         int digits = 0;
         for (const char c : lower) digits += std::isdigit(uint8_t(c)) != 0;
