@@ -353,6 +353,27 @@ TEST_F(TablebaseFile, BytesWithoutAValueAreRefused) {
     }
 }
 
+// No block is longer packed than it is plain, and there is no room for one.
+TEST_F(TablebaseFile, BlocksLongerThanTheirSlotsAreRefused) {
+    constexpr uint64_t Slots = 12 * TableBlock;
+    Write(Smooth(Slots, 20, 2), 20, true);
+    ASSERT_EQ(Open(Slots), "");
+    const Bytes good = FileBytes();
+    ASSERT_LT(good.size(), Slots / 2) << "blocks are not packed";
+    for (const int longer : {1, 8}) {
+        Bytes file = good;
+        uint8_t* const entry = file.data() + table_.block_list;
+        const uint8_t* const stored = file.data() + LoadWord(entry);
+        entry[BlockEntryLength] = uint8_t((TableBlock + longer) & 255);
+        entry[BlockEntryLength + 1] = uint8_t((TableBlock + longer) >> 8);
+        StoreWord(entry + BlockEntryChecksum,
+                  TableBlockChecksum(table_.mark, 0, entry, stored, size_t(TableBlock + longer)));
+        Put(file);
+        ASSERT_EQ(Open(Slots), "");
+        EXPECT_EQ(BlocksRead(), "0" + std::string(11, '1')) << longer;
+    }
+}
+
 TEST_F(TablebaseFile, WhatCannotBeWrittenLeavesEverythingAsItWas) {
     const Bytes slots = Smooth(9000, 5, 0);
     std::string reason;
