@@ -164,6 +164,21 @@ function editorLines(board) {
 const NONSENSE = ['', ' ', 'xyzzy', 'e2e5', 'e7e8q', 'position fen', 'position fen 8/8/8/8 w', 'go depth x', 'setoption name', 'setoption name Hash value',
   'setoption name Nothing value 7', 'ponderhit', 'stop', 'debug on', 'debug off', '\t\r', 'a'.repeat(6000), '\u00e9\u00ff', 'registration later', '0000', '.', '?'];
 
+// Boards where captures breed captures.
+const CROWDED = ['r1n1n1b1/1P1P1P1P/1N1N1N2/2RnQrRq/2pKp3/3BNQbQ/k7/4Bq2 w - - 0 1', 'q2k2q1/2nqn2b/1n1P1n1b/2rnr2Q/1NQ1QN1Q/3Q3B/2RQR2B/Q2K2Q1 w - - 0 1',
+  'Q7/8/8/1q1q1q1k/8/2Q1Q1Q1/8/K2q1q2 b - - 0 1'];
+
+// Makes the move of the engine on the board.
+function play(board, move, what) {
+  try { board.move({ from: move.slice(0, 2), to: move.slice(2, 4), promotion: move[4] }); }
+  catch { throw new Fault(`the ${what} ${move} is illegal in ${board.fen()}`); }
+}
+
+function checkLine(moves, board) {
+  const copy = new Chess(board.fen());
+  for (const move of moves.split(/\s+/)) play(copy, move, 'move of a line');
+}
+
 // ---- UCI ----------------------------------------------------------------------------------------
 
 class UciUser {
@@ -210,27 +225,17 @@ class UciUser {
     // Checked afterwards, and every text once: a slow reader would be taken for a slow engine.
     const lines = new Set();
     const line = await this.engine.line((l) => l.startsWith('bestmove'), 'bestmove', (l) => { const pv = /^info (?!string).*\bpv (.*)$/.exec(l); if (pv) lines.add(pv[1].trim()); });
-    for (const pv of lines) this.checkLine(pv, board);
+    for (const pv of lines) checkLine(pv, board);
     const [, move, , reply] = line.split(/\s+/);
     const after = new Chess(board.fen());
     if (board.moves().length === 0) {
       if (!['0000', '(none)'].includes(move)) throw new Fault(`the move ${move} in a finished game`);
       return { move: null };
     }
-    this.play(after, move, 'best move');
-    if (reply !== undefined) this.play(new Chess(after.fen()), reply, 'move to ponder on');
+    play(after, move, 'best move');
+    if (reply !== undefined) play(new Chess(after.fen()), reply, 'move to ponder on');
     ++this.count.moves;
     return { move, reply, after };
-  }
-
-  play(board, move, what) {
-    try { board.move({ from: move.slice(0, 2), to: move.slice(2, 4), promotion: move[4] }); }
-    catch { throw new Fault(`the ${what} ${move} is illegal in ${board.fen()}`); }
-  }
-
-  checkLine(moves, board) {
-    const copy = new Chess(board.fen());
-    for (const move of moves.split(/\s+/)) this.play(copy, move, 'move of a line');
   }
 
   goText() {
@@ -264,7 +269,7 @@ class UciUser {
       board = after;
       if (reply && random.chance(0.3)) {
         const guess = new Chess(board.fen());
-        this.play(guess, reply, 'move to ponder on');
+        play(guess, reply, 'move to ponder on');
         engine.send(this.positionText(null, [...moves, reply]), `go ponder wtime ${random.between(50, 1000)} btime ${random.between(50, 1000)}`);
         await sleep(random.below(40));
         const hit = random.chance(0.5);
@@ -272,7 +277,7 @@ class UciUser {
         const answer = await this.bestMove(guess);
         if (hit && answer.move) { moves.push(reply, answer.move); board = answer.after; }
       }
-      if (random.chance(0.05)) { moves = moves.slice(0, -2); board = new Chess(); for (const m of moves) this.play(board, m, 'earlier move'); }
+      if (random.chance(0.05)) { moves = moves.slice(0, -2); board = new Chess(); for (const m of moves) play(board, m, 'earlier move'); }
     }
     ++this.count.games;
   }
@@ -304,7 +309,7 @@ class UciUser {
 
   async setUpPosition() {
     const { random, engine } = this;
-    const board = randomPosition(random);
+    const board = random.chance(0.3) ? new Chess(random.of(CROWDED)) : randomPosition(random);
     if (!board) return;
     await this.go(this.positionText(board.fen(), []), board);
   }
@@ -326,6 +331,7 @@ class XboardUser {
   constructor(engine, random, count) { Object.assign(this, { engine, random, count }); }
 
   async begin() {
+    this.claims = [];
     this.engine.send('xboard', 'easy', 'st 3', 'new', 'go');
     await this.move(new Chess());
   }
@@ -339,31 +345,84 @@ class XboardUser {
     ++this.count.episodes;
   }
 
-  // After a result line the engine has set up a new game by itself.
-  look(line) { if (/^(1-0|0-1|1\/2-1\/2) /.test(line)) this.over = true; }
+  // Every line. Thinking is about the position of `thinking`, which a hint leads on to the one expected. After
+  // a result line the engine has set up a new game by itself.
+  look(line) {
+    if (/^(1-0|0-1|1\/2-1\/2) /.test(line)) { this.over = true; this.claims.push(line); }
+    const thought = /^\d+ -?\d+ \d+ \d+ (.*\S)/.exec(line);
+    if (thought && this.thinking) checkLine(thought[1], this.thinking);
+    const hint = /^Hint: (\S+)/.exec(line);
+    if (!hint || !this.thinking) return;
+    this.expected = hint[1];
+    this.thinking = new Chess(this.thinking.fen());
+    play(this.thinking, hint[1], 'hint');
+  }
+
+  // What the engine says of the game must be true of the board, or was before one of the last two moves.
+  checkClaims(board) {
+    const boards = [board];
+    for (const back of [1, 2]) {
+      const earlier = new Chess();
+      earlier.loadPgn(board.pgn());
+      for (let i = 0; i < back; ++i) earlier.undo();
+      boards.push(earlier);
+    }
+    const truth = {
+      '1-0 {White mates}': (b) => b.isCheckmate() && b.turn() === 'b',
+      '0-1 {Black mates}': (b) => b.isCheckmate() && b.turn() === 'w',
+      '1/2-1/2 {Stalemate}': (b) => b.isStalemate(),
+      '1/2-1/2 {Draw by insufficient material}': (b) => b.board().flat().filter((man) => man && man.type !== 'k').length <= 1 && !/[qrp]/i.test(b.fen().split(' ')[0]),
+      '1/2-1/2 {Draw by repetition}': (b) => b.isThreefoldRepetition(),
+      '1/2-1/2 {Draw by the 50-moves rule}': (b) => Number(b.fen().split(' ')[4]) >= 100,
+    };
+    for (const claim of this.claims.splice(0))
+      if (!truth[claim] || !boards.some(truth[claim])) throw new Fault(`the claim ${claim} is wrong in ${board.fen()}`);
+  }
 
   // Waits until everything sent so far has been executed.
   async settle() {
+    const sent = this.engine.now();
     this.engine.send('force', 'isready');
     await this.engine.line((l) => l === 'readyok', 'readyok', (l) => this.look(l));
+    this.count.ready.push(this.engine.since(sent));
+    this.thinking = null;
   }
 
   // The engine's move, made on the board too; null when the game had ended without one.
-  async move(board) {
+  async move(board, demanded = null) {
     const line = await this.engine.line((l) => l.startsWith('move ') || this.over, 'move', (l) => this.look(l));
     if (this.over) return null;
+    if (demanded) this.count.stop.push(this.engine.since(demanded));
     const text = line.split(/\s+/)[1];
-    try { board.move({ from: text.slice(0, 2), to: text.slice(2, 4), promotion: text[4] }); }
-    catch { throw new Fault(`the move ${text} is illegal in ${board.fen()}`); }
+    play(board, text, 'move');
+    this.thinking = new Chess(board.fen());
+    this.expected = null;
     ++this.count.moves;
     return text;
+  }
+
+  // The opponent answers while the engine thinks on: what it expects, or something else.
+  async answer(board) {
+    const { random, engine } = this;
+    await sleep(random.below(60));
+    engine.send('time 100', 'otim 100');
+    while (engine.unread.length) this.look(engine.unread.shift().line);
+    const expected = this.expected;
+    const own = expected && random.chance(0.7) ? expected : random.of(board.moves({ verbose: true })).lan;
+    // What is thought until the move comes may be about the position expected or about this one.
+    this.thinking = null;
+    play(board, own, 'answer');
+    engine.send(own);
+    if (expected) ++this.count[own === expected ? 'hits' : 'misses'];
+    return board.isGameOver() ? null : this.move(board);
   }
 
   setLimits() {
     const { random, engine } = this;
     engine.send(random.of(['level 40 0:05 0', 'level 0 0:02 0', 'level 0 0:01 0.02', 'level 5 0:01 0']));
     if (random.chance(0.2)) engine.send(`sd ${random.between(1, 6)}`);
-    engine.send(random.of(['hard', 'easy']), random.of(['post', 'nopost']));
+    this.pondering = random.chance(0.5);
+    engine.send(this.pondering ? 'hard' : 'easy', random.of(['post', 'nopost']));
   }
 
   async game() {
@@ -372,6 +431,7 @@ class XboardUser {
     this.setLimits();
     let board = new Chess();
     this.over = false;
+    this.claims = [];
     if (random.chance(0.3)) {
       const set = randomPosition(random);
       if (set) { board = set; engine.send(...(random.chance(0.5) ? [`loadfen ${set.fen()}`] : editorLines(set))); }
@@ -385,12 +445,14 @@ class XboardUser {
         board.move(own);
         engine.send(own.lan);
         if (board.isGameOver()) break;
-        engine.send('go');
-      } else {
-        engine.send('go');
       }
-      if (random.chance(0.2)) { await sleep(random.below(10)); engine.send('?'); }
-      if ((await this.move(board)) === null) break;
+      this.thinking = new Chess(board.fen());
+      engine.send('go');
+      let demanded = null;
+      if (random.chance(0.2)) { await sleep(random.below(10)); demanded = engine.now(); engine.send('?'); }
+      let moved = await this.move(board, demanded);
+      while (moved && this.pondering && !board.isGameOver() && random.chance(0.5)) moved = await this.answer(board);
+      if (moved === null) break;
       await this.settle();
       if (this.over) break;
       if (random.chance(0.1)) {
@@ -400,6 +462,7 @@ class XboardUser {
     }
     if (random.chance(0.5)) engine.send(`result ${random.of(['1-0 {White mates}', '0-1 {Black resigns}', '1/2-1/2 {Draw}', '* {aborted}'])}`);
     if (!this.over) await this.samePosition(board);
+    this.checkClaims(board);
     ++this.count.games;
   }
 
@@ -448,7 +511,7 @@ function quantile(list, q) {
 
 async function soak(User, name, options) {
   const engine = new Process(options.engine, options.log);
-  const count = { episodes: 0, games: 0, moves: 0, ready: [], stop: [], late: [] };
+  const count = { episodes: 0, games: 0, moves: 0, hits: 0, misses: 0, ready: [], stop: [], late: [] };
   const user = new User(engine, randomNumbers(options.seed), count);
   const begun = performance.now();
   const minutes = () => (performance.now() - begun) / 60000;
@@ -467,6 +530,7 @@ async function soak(User, name, options) {
       if (most >= GROWTH_KB) throw new Fault(`memory has grown by ${most} KB`);
     }
     await engine.end();
+    if (!settled || !count.games || !count.moves || !count.ready.length || !count.stop.length) throw new Fault('too little was played');
     for (const [what, most] of [['ready', READY_MS], ['stop', READY_MS], ['late', LATE_MS]])
       if (quantile(count[what], 0.999) > most) throw new Fault(`"${what}": ${quantile(count[what], 0.999).toFixed(0)} ms`);
   } catch (fault) {
@@ -479,6 +543,7 @@ async function soak(User, name, options) {
   const times = (list) => `${list.length} times, 99.9 % within ${quantile(list, 0.999).toFixed(1)} ms, longest ${quantile(list, 1).toFixed(1)} ms (with waiting for a processor ${Math.max(0, ...list.map((time) => time.ms)).toFixed(1)})`;
   console.log(`${name}: ${minutes().toFixed(1)} minutes, ${count.episodes} episodes, ${count.games} games, ${count.moves} moves checked; `
     + `memory grew by ${most} KB, ${settled?.descriptors ?? '?'} descriptors`
+    + (count.hits + count.misses ? `; ${count.hits} expected moves, ${count.misses} others` : '')
     + (count.ready.length ? `; isready ${times(count.ready)}; stop ${times(count.stop)}; late ${times(count.late)}` : ''));
 }
 
