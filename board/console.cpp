@@ -26,8 +26,10 @@ char buffer[BufferSize];
 size_t buffer_used;
 bool broken;
 
+#ifndef _WIN32
 // A signal has come: is the reader worth waiting for?
 bool GivesUp() { return give_up_writing != nullptr && give_up_writing(); }
+#endif
 
 // Writes some of the bytes; the number written, or -1 when nobody will ever read them.
 long WriteSome(const char* bytes, size_t count) {

@@ -10,6 +10,11 @@ if(CORVANTIS_WERROR)
     target_compile_options(corvantis_flags INTERFACE -Werror)
 endif()
 
+if(MINGW)
+    # printf() as the standard has it, not as Windows does.
+    target_compile_definitions(corvantis_flags INTERFACE __USE_MINGW_ANSI_STDIO=1)
+endif()
+
 if(CORVANTIS_NATIVE)
     target_compile_options(corvantis_flags INTERFACE -march=native)
 elseif(CORVANTIS_ARCH)

@@ -391,7 +391,7 @@ FitReport FitWeights(TrainingSet& set, const FitSettings& settings) {
         const double scale = report.scale = PresentScale(set, settings);
         report.after = EvaluationErrors(set, scale);
 
-        log(Formatted("round %d: linearised, %zu slopes, %.1f s, scale %.1f", round, model.slope.size(), seconds,
+        log(Formatted("round %d: linearised, %d slopes, %.1f s, scale %.1f", round, int(model.slope.size()), seconds,
                       scale));
         const std::string label = "round " + std::to_string(round);
         const bool numbers = settings.rounds == 1 || round < settings.rounds;
