@@ -16,8 +16,9 @@ if(MINGW)
 endif()
 
 if(CORVANTIS_NATIVE)
-    target_compile_options(corvantis_flags INTERFACE -march=native)
-elseif(CORVANTIS_ARCH)
+    set(CORVANTIS_ARCH native)
+endif()
+if(CORVANTIS_ARCH)
     target_compile_options(corvantis_flags INTERFACE -march=${CORVANTIS_ARCH})
 endif()
 

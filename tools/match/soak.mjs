@@ -407,6 +407,7 @@ class XboardUser {
     await sleep(random.below(60));
     engine.send('time 100', 'otim 100');
     while (engine.unread.length) this.look(engine.unread.shift().line);
+    if (this.over) return null;
     const expected = this.expected;
     const own = expected && random.chance(0.7) ? expected : random.of(board.moves({ verbose: true })).lan;
     // What is thought until the move comes may be about the position expected or about this one.
@@ -461,7 +462,9 @@ class XboardUser {
       }
     }
     if (random.chance(0.5)) engine.send(`result ${random.of(['1-0 {White mates}', '0-1 {Black resigns}', '1/2-1/2 {Draw}', '* {aborted}'])}`);
-    if (!this.over) await this.samePosition(board);
+    // The engine's move may come behind its result.
+    if (this.over) await this.settle();
+    else await this.samePosition(board);
     this.checkClaims(board);
     ++this.count.games;
   }
