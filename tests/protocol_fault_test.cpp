@@ -100,13 +100,14 @@ TEST(StoppedProcess, MovesAtOnceWhenItGoesOn) {
         EngineProcess engine;
         engine.Start();
         engine.SendRaw(lines);
-        std::this_thread::sleep_for(std::chrono::milliseconds(60));
+        engine.WaitUntilBusy(2);
         engine.Signal(SIGSTOP);
         std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        const double withheld = engine.WithheldMilliseconds();
         engine.Signal(SIGCONT);
         const auto start = std::chrono::steady_clock::now();
         engine.WaitForMatch("(bestmove|move) .*");
-        EXPECT_LT(MillisecondsSince(start), 400);
+        EXPECT_LT(MillisecondsSince(start) - (engine.WithheldMilliseconds() - withheld), 400);
         engine.Sync();
         EXPECT_EQ(CountLines(engine, "< (bestmove|move) .*"), 1);
     }

@@ -23,6 +23,8 @@
 #include <sstream>
 #include <thread>
 
+#include "tests/support/processor_time.h"
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -261,6 +263,13 @@ int EngineProcess::WaitForExit(int timeout_ms, Output output) {
 
 bool EngineProcess::Running() { return WaitForExit(0) == NotEnded; }
 
+void EngineProcess::WaitUntilBusy(double milliseconds) {
+    const double enough = CpuMilliseconds() + milliseconds;
+    for (const auto deadline = In(10000); CpuMilliseconds() < enough && MillisecondsUntil(deadline) > 0;)
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_GE(CpuMilliseconds(), enough) << Transcript();
+}
+
 double EngineProcess::CpuMilliseconds() const {
     clockid_t clock;
     timespec used = {};
@@ -268,12 +277,7 @@ double EngineProcess::CpuMilliseconds() const {
     return double(used.tv_sec) * 1e3 + double(used.tv_nsec) / 1e6;
 }
 
-double EngineProcess::WithheldMilliseconds() const {
-    std::ifstream statistics("/proc/" + std::to_string(pid_) + "/schedstat");
-    double used = 0, waited = 0;  // nanoseconds
-    statistics >> used >> waited;
-    return waited / 1e6;
-}
+double EngineProcess::WithheldMilliseconds() const { return ::WithheldMilliseconds(pid_); }
 
 std::string EngineProcess::ReadFile(const std::string& name) const {
     std::ifstream file(directory_ + "/" + name, std::ios::binary);

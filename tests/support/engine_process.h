@@ -68,6 +68,9 @@ public:
     static constexpr int NotEnded = -1000;
     bool Running();
 
+    // Waits until it has used that much more of the processor: at work, and not waiting for a line.
+    // Fails the test when it has not within ten seconds.
+    void WaitUntilBusy(double milliseconds = 50);
     // User and system time used so far, in milliseconds.
     double CpuMilliseconds() const;
     // How long it has waited for a processor that others had, in milliseconds; 0 where that is not told.
