@@ -3,13 +3,18 @@
 // A console cannot be polled like a pipe: its events are counted, and a single one is not
 // yet a command. Whether standard input is a console is found out once and kept.
 //
-// State: the handle, whether it is a pipe, the last signal.
+// Some streams pass for pipes and cannot be asked what waits in them (a socket; a Unix pipe, for a
+// program that runs there). A thread reads those, one piece ahead.
+//
+// State: the handle and its kind, the piece read ahead, the last signal.
 #include "driver/input_platform.h"
 
 #ifdef _WIN32
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <io.h>
 #include <windows.h>
 
@@ -21,10 +26,45 @@ bool handle_known, is_pipe;
 HANDLE input_handle;
 volatile LONG interrupted, terminated;
 
+// The thread fills the piece while `filled` is not set, and the program empties it while it is. A piece
+// that is empty stands for the end of input.
+char piece[4096];
+DWORD piece_length, piece_taken;
+HANDLE filled, emptied;  // events; null without a thread
+
 BOOL WINAPI HandleControl(DWORD event) {
     if (event == CTRL_C_EVENT) InterlockedExchange(&interrupted, 1);
     else InterlockedExchange(&terminated, 1);
     return TRUE;
+}
+
+DWORD WINAPI ReadAhead(void*) {
+    do {
+        piece_taken = 0;
+        if (!ReadFile(input_handle, piece, sizeof piece, &piece_length, nullptr)) piece_length = 0;
+        SetEvent(filled);
+        WaitForSingleObject(emptied, INFINITE);
+    } while (piece_length > 0);
+    return 0;
+}
+
+void StartReadingAhead() {
+    filled = CreateEventA(nullptr, TRUE, FALSE, nullptr);
+    emptied = CreateEventA(nullptr, FALSE, FALSE, nullptr);
+    const HANDLE thread = CreateThread(nullptr, 0, ReadAhead, nullptr, 0, nullptr);
+    if (thread != nullptr) CloseHandle(thread);
+}
+
+int TakePiece(char* bytes, int size) {
+    WaitForSingleObject(filled, INFINITE);
+    const DWORD count = std::min(piece_length - piece_taken, DWORD(size));
+    std::memcpy(bytes, piece + piece_taken, count);
+    piece_taken += count;
+    if (piece_taken == piece_length && piece_length > 0) {  // the end of input stays
+        ResetEvent(filled);
+        SetEvent(emptied);
+    }
+    return int(count);
 }
 
 void FindHandle() {
@@ -33,7 +73,12 @@ void FindHandle() {
     input_handle = GetStdHandle(STD_INPUT_HANDLE);
     DWORD mode;
     is_pipe = !GetConsoleMode(input_handle, &mode);
-    if (!is_pipe) {
+    if (is_pipe) {
+        if (GetFileType(input_handle) == FILE_TYPE_PIPE
+            && !PeekNamedPipe(input_handle, nullptr, 0, nullptr, nullptr, nullptr)
+            && GetLastError() != ERROR_BROKEN_PIPE)
+            StartReadingAhead();
+    } else {
         // Only key events shall arrive.
         SetConsoleMode(input_handle, mode & ~DWORD(ENABLE_WINDOW_INPUT | ENABLE_MOUSE_INPUT));
         FlushConsoleInputBuffer(input_handle);
@@ -61,6 +106,7 @@ int InputReady() {
         GetNumberOfConsoleInputEvents(input_handle, &events);
         return events > 1 ? int(events) : 0;
     }
+    if (filled != nullptr) return WaitForSingleObject(filled, 0) == WAIT_OBJECT_0 ? 1 : 0;
     DWORD bytes = 0;
     // The writer has gone away: go on to read, and find the end of input.
     if (!PeekNamedPipe(input_handle, nullptr, 0, nullptr, &bytes, nullptr)) return 1;
@@ -68,6 +114,8 @@ int InputReady() {
 }
 
 int ReadInput(char* bytes, int size) {
+    FindHandle();
+    if (filled != nullptr) return TakePiece(bytes, size);
     for (;;) {
         if (SignalWaits()) return -1;
         const int count = _read(0, bytes, unsigned(size));

@@ -105,7 +105,7 @@ TEST(StartUp, TablebaseThatIsNone) {
     const EngineProcess::File table = {"KQK.nbw.emd", "not a tablebase"};
     EngineProcess engine({{"Corvantis.ini", "EGTBPath = /nowhere; .\\\n"}, table});
     RunSteps(engine, R"(
-        < \*\*\* Unable to register \./KQK\.nbw\.emd
+        < \*\*\* Unable to register \.[/\\]KQK\.nbw\.emd
         < Reason: .*
         = Tried to open 1 files. Opened 0 files.
         = EGTB files not found)");

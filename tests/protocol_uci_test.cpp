@@ -279,7 +279,7 @@ const Dialogue uci_dialogues[] = {
         < tb_path = nowhere at all
         < EGTB files not found
         > setoption name NalimovPath value .
-        < \*\*\* Unable to register \./kpk\.NBB
+        < \*\*\* Unable to register \.[/\\]kpk\.NBB
         < Reason: .*
         < Tried to open 1 files\. Opened 0 files\.
         > setoption name NalimovPath value ./kpk.NBB

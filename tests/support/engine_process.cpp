@@ -86,6 +86,7 @@ EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_spac
     directory_ = pattern;
     for (const File& file : files) std::ofstream(directory_ + "/" + file.name, std::ios::binary) << file.contents;
     const std::string binary = EngineBinary();
+    windows_ = binary.ends_with(".exe");
     pid_ = fork();
     if (pid_ == 0) {
         dup2(ends.input[0], STDIN_FILENO);
@@ -94,7 +95,9 @@ EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_spac
         signal(SIGPIPE, SIG_DFL);
         const rlimit limit = {address_space, address_space};
         if (address_space != 0 && setrlimit(RLIMIT_AS, &limit) != 0) _exit(126);
-        if (chdir(directory_.c_str()) == 0) execl(binary.c_str(), binary.c_str(), static_cast<char*>(nullptr));
+        if (chdir(directory_.c_str()) != 0) _exit(127);
+        if (windows_) execlp("wine", "wine", binary.c_str(), static_cast<char*>(nullptr));
+        else execl(binary.c_str(), binary.c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
     close(ends.input[0]);
@@ -106,9 +109,10 @@ EngineProcess::EngineProcess(const std::vector<File>& files, size_t address_spac
 EngineProcess::~EngineProcess() {
     // Ended in order, the program reports leaks to the sanitizer and its lines to the coverage.
     if (Running()) {
-        kill(pid_, SIGTERM);
+        if (windows_) Send("quit");
+        else kill(pid_, SIGTERM);
         const int status = WaitForExit(5000);
-        EXPECT_TRUE(status == 0 || failed_) << "SIGTERM ended it with " << status << "; the dialogue was\n"
+        EXPECT_TRUE(status == 0 || failed_) << "asked to end, it ended with " << status << "; the dialogue was\n"
                                             << Transcript();
         if (status == NotEnded) {
             kill(pid_, SIGKILL);
@@ -195,6 +199,7 @@ bool EngineProcess::ReadLine(std::string* line, int timeout_ms) {
     while ((end = pending_.find('\n')) == std::string::npos)
         if (!Fill(deadline)) return false;
     *line = pending_.substr(0, end);
+    if (windows_ && line->ends_with('\r')) line->pop_back();
     pending_.erase(0, end + 1);
     dialogue_.push_back("< " + *line);
     return true;
@@ -281,7 +286,9 @@ double EngineProcess::WithheldMilliseconds() const { return ::WithheldMillisecon
 
 std::string EngineProcess::ReadFile(const std::string& name) const {
     std::ifstream file(directory_ + "/" + name, std::ios::binary);
-    return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    if (windows_) std::erase(text, '\r');
+    return text;
 }
 
 std::string EngineProcess::Transcript() const {

@@ -91,11 +91,12 @@ private:
 
     pid_t pid_ = -1;
     int to_engine_ = -1, from_engine_ = -1;
-    bool reaped_ = false, failed_ = false;
+    bool reaped_ = false, failed_ = false, windows_ = false;
     int status_ = NotEnded;
     std::string pending_, directory_;
     std::vector<std::string> dialogue_;
 };
 
-// Path of the program under test: CORVANTIS_BINARY of the environment, or the built one.
+// Path of the program under test: CORVANTIS_BINARY of the environment, or the built one. A program for
+// Windows (".exe") is started by wine.
 std::string EngineBinary();

@@ -166,7 +166,7 @@ const NONSENSE = ['', ' ', 'xyzzy', 'e2e5', 'e7e8q', 'position fen', 'position f
 
 // Boards where captures breed captures.
 const CROWDED = ['r1n1n1b1/1P1P1P1P/1N1N1N2/2RnQrRq/2pKp3/3BNQbQ/k7/4Bq2 w - - 0 1', 'q2k2q1/2nqn2b/1n1P1n1b/2rnr2Q/1NQ1QN1Q/3Q3B/2RQR2B/Q2K2Q1 w - - 0 1',
-  'Q7/8/8/1q1q1q1k/8/2Q1Q1Q1/8/K2q1q2 b - - 0 1'];
+  'Q7/8/8/1q1q1q1k/8/2Q1Q1Q1/8/K2q1q2 w - - 0 1'];
 
 // Makes the move of the engine on the board.
 function play(board, move, what) {
@@ -238,10 +238,11 @@ class UciUser {
     return { move, reply, after };
   }
 
+  // A depth has a bound of nodes as well: on a board full of queens even the first may take minutes.
   goText() {
     const { random } = this;
     const clock = `wtime ${random.between(1, 3000)} btime ${random.between(1, 3000)}`;
-    return random.of([`movetime ${random.between(1, 60)}`, `nodes ${random.between(1, 30000)}`, `depth ${random.between(1, 7)}`, clock,
+    return random.of([`movetime ${random.between(1, 60)}`, `nodes ${random.between(1, 30000)}`, `depth ${random.between(1, 7)} nodes 300000`, clock,
       `${clock} winc ${random.below(50)} binc ${random.below(50)}`, `${clock} movestogo ${random.between(1, 40)}`, `mate ${random.between(1, 3)} movetime 40`]);
   }
 
