@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #ifdef _WIN32
 #include <io.h>
@@ -91,6 +92,23 @@ void Flush() {
         else done += size_t(written);
     }
     buffer_used = 0;
+}
+
+bool OutputShowsSymbols() {
+#ifdef _WIN32
+    return false;
+#else
+    const auto variable = [](const char* name) -> std::string_view {
+        const char* const value = std::getenv(name);
+        return value != nullptr ? value : "";
+    };
+    const std::string_view terminal = variable("TERM");
+    if (!isatty(STDOUT_FILENO) || terminal.empty() || terminal == "dumb" || terminal == "linux") return false;
+    std::string_view locale = variable("LC_ALL");
+    if (locale.empty()) locale = variable("LC_CTYPE");
+    if (locale.empty()) locale = variable("LANG");
+    return locale.ends_with(".UTF-8") || locale.ends_with(".utf8");
+#endif
 }
 
 bool OutputBroken() { return broken; }

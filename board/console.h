@@ -11,6 +11,9 @@ void PrintLine(const char* text);
 // Hands everything collected to the operating system. A reader that has gone away is not an
 // error here; OutputBroken() tells of it afterwards.
 void Flush();
+// True when the output is a terminal of the kind that shows the chess symbols of Unicode: its locale is
+// UTF-8, and it is neither "dumb" nor the text console of Linux, whose font has none.
+bool OutputShowsSymbols();
 // True once a write has failed because nobody reads any more.
 bool OutputBroken();
 

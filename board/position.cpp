@@ -249,12 +249,17 @@ std::string WriteFen() {
     return fen;
 }
 
-void PrintBoard() {
+void PrintBoard(bool symbols) {
+    constexpr const char* Symbols[2][8] = {{"", "\u2654", "\u2658", "\u2659", "", "\u2656", "\u2657", "\u2655"},
+                                           {"", "\u265a", "\u265e", "\u265f", "", "\u265c", "\u265d", "\u265b"}};
     for (int rank = 7; rank >= 0; --rank) {
         Print("%d ", rank + 1);
         for (int file = 0; file < 8; ++file) {
             const Square s = SquareAt(file, rank);
-            Print(" %c", thread_board.board[s] == EMPTY ? '.' : LetterAt(s));
+            const int piece = thread_board.board[s];
+            const bool black = (thread_board.colour[BLACK] & Bit(s)) != 0;
+            if (symbols && piece != EMPTY) Print(" %s", Symbols[black ? 1 : 0][piece]);
+            else Print(" %c", piece == EMPTY ? '.' : LetterAt(s));
         }
         Print("\n");
     }

@@ -88,8 +88,8 @@ bool IsPlayable();
 
 // The position as FEN; the move number counts from the start of the history.
 std::string WriteFen();
-// The console's picture of the board.
-void PrintBoard();
+// The console's picture of the board, in letters as in a FEN or in the symbols of Unicode.
+void PrintBoard(bool symbols);
 
 // True when the side to move can capture en passant as far as the last move and the pawns
 // beside it tell; then *target is the square passed over. target may be null.

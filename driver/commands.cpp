@@ -200,7 +200,7 @@ void Moves() {
     Print("\n");
 }
 
-void Board() { PrintBoard(); }
+void Board() { PrintBoard(OutputShowsSymbols()); }
 void CastlingFlags() { Print("castling flags = %d\n", thread_board.castling); }
 
 void BookMoves() {

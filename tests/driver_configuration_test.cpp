@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <regex>
 #include <string>
 
 #include "board/console.h"
@@ -186,9 +187,18 @@ std::string Shipped(const char* name) {
     return text;
 }
 
+// The parenthesis behind a key in the manual page's list of settings.
+std::string InManual(const std::string& key) {
+    // There "\\e" stands for a backslash.
+    static const std::string page = std::regex_replace(Shipped("doc/man/corvantis.6"), std::regex(R"(\\e)"), "\\");
+    const size_t place = page.find(" " + key + " ", page.find(".SH SETTINGS"));
+    const size_t open = page.find('(', place), close = page.find(')', open);
+    return close == std::string::npos ? "" : page.substr(open, close + 1 - open);
+}
+
 // What users read about a key is true. The sample has a line "; Range: ..." before every key, which
-// stands there as a remark; the table in README.md has the same.
-TEST_F(Configuration, SampleFileAndReadmeTellKeysRangesAndDefaults) {
+// stands there as a remark; the table in README.md and the manual page have the same.
+TEST_F(Configuration, DocumentationTellsKeysRangesAndDefaults) {
     const std::string sample = Shipped("driver/data/Corvantis.ini.sample"), readme = Shipped("README.md");
     const std::string defaults = Printed(PrintSettings);
     EXPECT_EQ(Read(sample), "");
@@ -206,6 +216,8 @@ TEST_F(Configuration, SampleFileAndReadmeTellKeysRangesAndDefaults) {
         EXPECT_EQ(key, configuration_keys[keys++].name);
         const std::string cells = " | " + range + " | " + value + " | `" + key + "` | ";
         EXPECT_NE(readme.find(cells), std::string::npos) << "no row of the table of settings has" << cells;
+        EXPECT_EQ(InManual(key),
+                  "(" + range + (range.find(", ") == range.npos ? ", " : "; ") + "default " + value + ")");
 
         const auto accepted = [&](const std::string& v) {
             return Read(key + " = " + v).find("WARNING") == std::string::npos;

@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
 #include <regex>
+#include <sstream>
 
 #include "tests/support/dialogue.h"
 
@@ -27,6 +29,92 @@ TEST(Console, HelpPausesForOneLine) {
     const std::regex row("(?=.{27} [A-Z])[a-z]+(\\[uit\\])?( <[a-z]>)* \\.+ .*\\S");
     EXPECT_EQ(std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return std::regex_match(line, row); }),
               19 + 10);
+}
+
+std::string Document(const char* name) {
+    std::ifstream file(std::string(CORVANTIS_SOURCE_DIR "/") + name);
+    std::stringstream text;
+    text << file.rdbuf();
+    EXPECT_NE(text.str(), "") << name;
+    return text.str();
+}
+
+// The session in the documentation takes place as it stands there.
+TEST(Console, SessionOfTheDocumentation) {
+    EngineProcess engine;
+    engine.Start();
+    std::istringstream page(Document("doc/console.md"));
+    bool in_session = false;
+    int typed = 0;
+    for (std::string line; std::getline(page, line);) {
+        if (line.rfind("```", 0) == 0) {
+            in_session = !in_session;
+        } else if (in_session && line.rfind("> ", 0) == 0) {
+            engine.Send(line.substr(2));
+            ++typed;
+        } else if (in_session) {
+            std::string answer;
+            ASSERT_TRUE(engine.ReadLine(&answer, EngineProcess::DefaultTimeout)) << line << engine.Transcript();
+            ASSERT_EQ(answer, line);
+        }
+    }
+    EXPECT_GT(typed, 10);
+    EXPECT_EQ(engine.ReadToEnd(), std::vector<std::string>());
+    EXPECT_EQ(engine.WaitForExit(), 0);
+}
+
+// What the manual page and README.md say of commands and options is what the program says.
+TEST(Console, ManualPageKnowsAllCommandsAndOptions) {
+    const std::string manual = Document("doc/man/corvantis.6"), readme = Document("README.md");
+    EngineProcess engine;
+    engine.Start();
+    engine.Send("help");
+    engine.Send("");
+    const std::regex command("([a-z]+).* \\.\\.+ .*");
+    const std::regex option("option name (.*) type .*");
+    int commands = 0;
+    std::string options;
+    std::smatch m;
+    for (const std::string& line : engine.Sync()) {
+        if (!std::regex_match(line, m, command)) continue;
+        ++commands;
+        EXPECT_TRUE(std::regex_search(manual, std::regex("\n\\.BR?I? [^\n]*\\b" + m[1].str() + "\\b"))) << line;
+    }
+    EXPECT_EQ(commands, 29);
+    engine.Send("uci");
+    for (const std::string& line : engine.Sync()) {
+        if (!std::regex_match(line, m, option)) continue;
+        options += (options.empty() ? "" : ", ") + m[1].str();
+        EXPECT_TRUE(std::regex_search(manual, std::regex("\n\\.BR? [^\n]*" + m[1].str()))) << line;
+    }
+    EXPECT_NE(std::regex_replace(readme, std::regex("\\s+"), " ").find("Options: " + options + "."), std::string::npos)
+        << options;
+}
+
+// Men are drawn as symbols only where a terminal has them.
+TEST(Console, BoardInSymbols) {
+    const struct {
+        EngineProcess::Channel channel;
+        const char *locale, *terminal, *rank;
+    } cases[] = {
+        {EngineProcess::Channel::Terminal, "C.UTF-8", "xterm", "1  ♖ ♘ ♗ ♕ ♔ ♗ ♘ ♖"},
+        {EngineProcess::Channel::Terminal, "C.UTF-8", "xterm", "7  ♟ ♟ ♟ ♟ ♟ ♟ ♟ ♟"},
+        {EngineProcess::Channel::Terminal, "C", "xterm", "1  R N B Q K B N R"},
+        {EngineProcess::Channel::Terminal, "C.UTF-8", "dumb", "1  R N B Q K B N R"},
+        {EngineProcess::Channel::Terminal, "C.UTF-8", "linux", "8  r n b q k b n r"},
+        {EngineProcess::Channel::Pipes, "C.UTF-8", "xterm", "8  r n b q k b n r"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.locale) + ", " + c.terminal);
+        setenv("LC_ALL", c.locale, 1);
+        setenv("TERM", c.terminal, 1);
+        EngineProcess engine({}, 0, c.channel);
+        engine.Start();
+        engine.Send("brd");
+        const std::vector<std::string> lines = engine.Sync();
+        EXPECT_EQ(std::count(lines.begin(), lines.end(), c.rank), 1) << engine.Transcript();
+    }
+    unsetenv("LC_ALL");
 }
 
 const Dialogue console_dialogues[] = {

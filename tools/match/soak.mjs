@@ -161,7 +161,7 @@ function editorLines(board) {
   return ['edit', '#', ...men('w'), 'c', ...men('b'), '.', board.turn() === 'w' ? 'white' : 'black', 'force'];
 }
 
-const NONSENSE = ['', ' ', 'xyzzy', 'e2e5', 'e7e8q', 'position fen', 'position fen 8/8/8/8 w', 'go depth x', 'setoption name', 'setoption name Hash value',
+const NONSENSE = ['', ' ', 'xyzzy', 'e2e5', 'e7e8q', 'position fen', 'position fen 8/8/8/8 w', 'go depth x nodes 2000', 'setoption name', 'setoption name Hash value',
   'setoption name Nothing value 7', 'ponderhit', 'stop', 'debug on', 'debug off', '\t\r', 'a'.repeat(6000), '\u00e9\u00ff', 'registration later', '0000', '.', '?'];
 
 // Boards where captures breed captures.
