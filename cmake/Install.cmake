@@ -29,6 +29,7 @@ install(FILES doc/man/corvantis.6 doc/man/corvantis-make-book.6 doc/man/corvanti
 install(FILES README.md DESTINATION ${documents_folder})
 file(GLOB documents CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/doc/*.md)
 install(FILES ${documents} DESTINATION ${documents_folder})
+install(DIRECTORY doc/images DESTINATION ${documents_folder})
 install(FILES book/data/SOURCES.md DESTINATION ${documents_folder} RENAME openings-sources.md)
 install(FILES packaging/debian/copyright DESTINATION ${documents_folder})
 

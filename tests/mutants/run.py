@@ -22,8 +22,8 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 FAULTS = pathlib.Path(__file__).with_name("faults.txt")
 WORK = ROOT / "build" / "mutants"
 TREE, BUILD = WORK / "tree", WORK / "build"
-COPIED = ["board", "book", "cmake", "driver", "eval", "search", "tablebases", "tests", "tools", "doc", "scripts",
-          "CMakeLists.txt", "README.md"]
+COPIED = ["board", "book", "cmake", "driver", "eval", "search", "tablebases", "tests", "tools", "doc", "packaging",
+          "scripts", "CMakeLists.txt", "README.md"]
 
 
 def faults():
