@@ -1,7 +1,6 @@
 // interruption.cpp - see interruption.h.
 #include "driver/interruption.h"
 
-#include "board/console.h"
 #include "driver/input.h"
 #include "driver/input_platform.h"
 #include "driver/words.h"
@@ -26,7 +25,8 @@ void HoldWaitingInput() {
 
 bool Interrupted() {
     if (SignalWaits()) {
-        if (TakeSignal() == Signal::Terminate) exit_hook(0);
+        // An interrupt has ended the command and no more; a termination stays, and ends the program at the prompt.
+        TakeSignal();
         return true;
     }
     // Nobody is left to stop it, nor to read what it prints.

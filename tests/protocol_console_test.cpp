@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -32,11 +31,9 @@ TEST(Console, HelpPausesForOneLine) {
 }
 
 std::string Document(const char* name) {
-    std::ifstream file(std::string(CORVANTIS_SOURCE_DIR "/") + name);
-    std::stringstream text;
-    text << file.rdbuf();
-    EXPECT_NE(text.str(), "") << name;
-    return text.str();
+    const std::string text = ContentsOf(std::string(CORVANTIS_SOURCE_DIR "/") + name);
+    EXPECT_NE(text, "") << name;
+    return text;
 }
 
 // The session in the documentation takes place as it stands there.

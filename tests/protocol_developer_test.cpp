@@ -233,7 +233,8 @@ TEST(Developer, AFileOfNoGamesCanBeLeft) {
 // What was found is kept, but half a file does not replace the one that it was made from.
 TEST(Developer, EvaluationsInterrupted) {
     const std::string positions = Repeated("8/8/4k3/8/8/4K3/4P3/8 w - -\n", 1000000);  // seconds
-    for (const char* name : {"in.epd", "out.epd"}) {
+    const std::pair<const char*, bool> cases[] = {{"in.epd", false}, {"out.epd", false}, {"in.epd", true}};
+    for (const auto& [name, terminate] : cases) {
         SCOPED_TRACE(name);
         EngineProcess engine({{name, positions}});
         engine.Start();
@@ -244,8 +245,13 @@ TEST(Developer, EvaluationsInterrupted) {
             return !error && size > 0;
         };
         for (int i = 0; i < 10000 && !begun(); ++i) usleep(1000);
-        engine.Send("stop");
-        EXPECT_EQ(engine.Sync(), std::vector<std::string>());
+        if (terminate) {
+            engine.Signal(SIGTERM);
+            EXPECT_EQ(engine.WaitForExit(3000), 0);
+        } else {
+            engine.Send("stop");
+            EXPECT_EQ(engine.Sync(), std::vector<std::string>());
+        }
         const std::string kept = engine.ReadFile("out.epd");
         EXPECT_EQ(kept == positions, std::string(name) == "out.epd");
         EXPECT_GT(kept.size(), 27u);

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <thread>
 
 #include "tests/support/dialogue.h"
@@ -139,10 +140,14 @@ TEST(DiskIsFull, WhileLearning) {
 TEST(FilesGoAway, WhileTheyAreOpen) {
     const auto vanish = [](const std::string& path) { std::filesystem::remove(path); };
     const auto shrink = [](const std::string& path) { std::filesystem::resize_file(path, 0); };
-    for (void (*damage)(const std::string&) : {+vanish, +shrink}) {
-        EngineProcess engine(
-            {{"Corvantis.ini", "Learning = on\nUseLearningData = on\n"},
-             {"Book.cvt", std::string(24, 'x') + std::string("\1\0\0\0\0\0\0\0\1\0\0\0", 12) + std::string(20, '\0')}});
+    const auto change = [](const std::string& path) {  // in place, all behind the first bytes
+        std::fstream file(path, std::ios::in | std::ios::out | std::ios::binary);
+        file.seekp(40) << std::string(1 << 20, '\xa5');
+    };
+    const std::string book = ContentsOf(CORVANTIS_BOOK);
+    ASSERT_GT(book.size(), 100000u);
+    for (void (*damage)(const std::string&) : {+vanish, +shrink, +change}) {
+        EngineProcess engine({{"Corvantis.ini", "Learning = on\nUseLearningData = on\n"}, {"Book.cvt", book}});
         engine.Start();
         for (const char* name : {"Book.cvt", "Learn.cv1", "Corvantis.ini"}) damage(engine.Directory() + "/" + name);
         LearnAndQuit(engine);

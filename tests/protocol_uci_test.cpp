@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <fstream>
 #include <iterator>
 #include <regex>
 
@@ -18,12 +17,6 @@ protected:
 };
 
 std::string BestMove(const std::string& line) { return line.substr(9, line.find(' ', 9) - 9); }
-
-// The book that is made with the engine.
-std::string ShippedBook() {
-    std::ifstream file(CORVANTIS_BOOK, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
 
 bool Contains(const std::vector<std::string>& moves, const std::string& move) {
     return std::find(moves.begin(), moves.end(), move) != moves.end();
@@ -345,7 +338,7 @@ const Dialogue uci_dialogues[] = {
         > setoption name OwnBook value false | position startpos | go movetime 100
         < info .*score .*
         < bestmove .*)",
-     {{"Book.cvt", ShippedBook()}}},
+     {{"Book.cvt", ContentsOf(CORVANTIS_BOOK)}}},
     // The limit is looked at when the poll countdown runs out, which it sets to the nodes left.
     {"the limit of nodes is kept", R"(
         > position startpos | go nodes 30000

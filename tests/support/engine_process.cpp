@@ -70,6 +70,11 @@ bool Open(EngineProcess::Channel channel, Ends* ends) {
 
 }  // namespace
 
+std::string ContentsOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+}
+
 std::string EngineBinary() {
     const char* path = std::getenv("CORVANTIS_BINARY");
     return path != nullptr ? path : CORVANTIS_BINARY;
@@ -285,8 +290,7 @@ double EngineProcess::CpuMilliseconds() const {
 double EngineProcess::WithheldMilliseconds() const { return ::WithheldMilliseconds(pid_); }
 
 std::string EngineProcess::ReadFile(const std::string& name) const {
-    std::ifstream file(directory_ + "/" + name, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    std::string text = ContentsOf(directory_ + "/" + name);
     if (windows_) std::erase(text, '\r');
     return text;
 }

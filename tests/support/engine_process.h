@@ -97,6 +97,8 @@ private:
     std::vector<std::string> dialogue_;
 };
 
+// A file as it is; empty when there is none.
+std::string ContentsOf(const std::string& path);
 // Path of the program under test: CORVANTIS_BINARY of the environment, or the built one. A program for
 // Windows (".exe") is started by wine.
 std::string EngineBinary();
