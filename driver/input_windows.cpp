@@ -126,6 +126,24 @@ int ReadInput(char* bytes, int size) {
 
 void Pause(int milliseconds) { Sleep(DWORD(milliseconds)); }
 
-bool OutputReaderGone() { return OutputBroken(); }
+bool OutputReaderGone() {
+    if (OutputBroken()) return true;
+    // Only a call below the documented surface tells the state of a pipe without writing to it.
+    struct {
+        ULONG type, configuration, most_instances, instances, quota_in, waiting, quota_out, room, state, end;
+    } pipe = {};
+    struct {
+        void* status;
+        ULONG_PTR information;
+    } answer = {};
+    using Query = LONG(WINAPI*)(HANDLE, void*, void*, ULONG, int);
+    constexpr int PipeLocalInformation = 24;
+    constexpr ULONG Connected = 3;
+    static const auto query = reinterpret_cast<Query>(
+        reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("ntdll.dll"), "NtQueryInformationFile")));
+    return query != nullptr
+        && query(GetStdHandle(STD_OUTPUT_HANDLE), &answer, &pipe, sizeof pipe, PipeLocalInformation) >= 0
+        && pipe.state != Connected;
+}
 
 #endif
