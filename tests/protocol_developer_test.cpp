@@ -230,28 +230,38 @@ TEST(Developer, AFileOfNoGamesCanBeLeft) {
     EXPECT_EQ(engine.WaitForExit(3000), 0);
 }
 
+std::string ManyPositions() { return Repeated("8/8/4k3/8/8/4K3/4P3/8 w - -\n", 1000000); }  // seconds
+
+// Up to the first that are in the file.
+void BeginEvaluations(EngineProcess& engine, const std::string& name) {
+    engine.Start();
+    engine.Send("epdevl " + name);
+    const auto begun = [&] {
+        std::error_code error;
+        const auto size = std::filesystem::file_size(engine.Directory() + "/out.epd.tmp", error);
+        return !error && size > 0;
+    };
+    for (int i = 0; i < 10000 && !begun(); ++i) usleep(1000);
+}
+
+TEST(Signals, TerminationLeavesNoUnfinishedEvaluations) {
+    EngineProcess engine({{"in.epd", ManyPositions()}});
+    BeginEvaluations(engine, "in.epd");
+    engine.Signal(SIGTERM);
+    EXPECT_EQ(engine.WaitForExit(3000), 0);
+    EXPECT_EQ(access((engine.Directory() + "/out.epd").c_str(), F_OK), 0);
+    EXPECT_NE(access((engine.Directory() + "/out.epd.tmp").c_str(), F_OK), 0);
+}
+
 // What was found is kept, but half a file does not replace the one that it was made from.
 TEST(Developer, EvaluationsInterrupted) {
-    const std::string positions = Repeated("8/8/4k3/8/8/4K3/4P3/8 w - -\n", 1000000);  // seconds
-    const std::pair<const char*, bool> cases[] = {{"in.epd", false}, {"out.epd", false}, {"in.epd", true}};
-    for (const auto& [name, terminate] : cases) {
+    const std::string positions = ManyPositions();
+    for (const char* name : {"in.epd", "out.epd"}) {
         SCOPED_TRACE(name);
         EngineProcess engine({{name, positions}});
-        engine.Start();
-        engine.Send(std::string("epdevl ") + name);
-        const auto begun = [&] {
-            std::error_code error;
-            const auto size = std::filesystem::file_size(engine.Directory() + "/out.epd.tmp", error);
-            return !error && size > 0;
-        };
-        for (int i = 0; i < 10000 && !begun(); ++i) usleep(1000);
-        if (terminate) {
-            engine.Signal(SIGTERM);
-            EXPECT_EQ(engine.WaitForExit(3000), 0);
-        } else {
-            engine.Send("stop");
-            EXPECT_EQ(engine.Sync(), std::vector<std::string>());
-        }
+        BeginEvaluations(engine, name);
+        engine.Send("stop");
+        EXPECT_EQ(engine.Sync(), std::vector<std::string>());
         const std::string kept = engine.ReadFile("out.epd");
         EXPECT_EQ(kept == positions, std::string(name) == "out.epd");
         EXPECT_GT(kept.size(), 27u);

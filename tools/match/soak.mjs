@@ -335,6 +335,7 @@ class XboardUser {
     this.claims = [];
     this.engine.send('xboard', 'easy', 'st 3', 'new', 'go');
     await this.move(new Chess());
+    await this.settle();
   }
 
   async episode() {
