@@ -185,7 +185,8 @@ TEST(Developer, Interruptions) {
         EngineProcess engine(files);
         engine.Start();
         engine.Send(command);
-        EXPECT_EQ(engine.Collect(200), std::vector<std::string>());
+        engine.WaitUntilBusy(200);
+        EXPECT_EQ(engine.Collect(100), std::vector<std::string>());
         RunSteps(engine, "> moves | time 100 | stopped | exi");
         EXPECT_EQ(engine.Collect(200), std::vector<std::string>()) << "these lines wait";
         engine.Send(stop);

@@ -10,7 +10,7 @@
 //   = text          ask "isready": the lines since the last step are exactly this text, of
 //                   several "=" steps in a row exactly these texts
 //   times N regex   so far exactly N lines have come that match
-//   took MIN MAX    milliseconds since the last ">" step
+//   took MIN MAX    milliseconds since the last ">" step; for MAX without waits for a processor
 //   fen FIELDS      ask "brd": the position's FEN begins with these fields
 //   sleep MS        let time pass
 //   interrupt       send the signal INT
