@@ -464,16 +464,15 @@ class XboardUser {
       }
     }
     if (random.chance(0.5)) engine.send(`result ${random.of(['1-0 {White mates}', '0-1 {Black resigns}', '1/2-1/2 {Draw}', '* {aborted}'])}`);
-    // The engine's move may come behind its result.
-    if (this.over) await this.settle();
-    else await this.samePosition(board);
+    // A last answer that mates is announced in its own time, and the engine's move may come behind its result.
+    await this.settle();
+    if (!this.over) await this.samePosition(board);
     this.checkClaims(board);
     ++this.count.games;
   }
 
   // The console's list of legal moves must be that of the rules.
   async samePosition(board) {
-    await this.settle();
     this.engine.send('moves', 'isready');
     let listed = null;
     await this.engine.line((l) => l === 'readyok', 'readyok', (l) => { if (/^[a-h][1-8][a-h][1-8][qrbn]? \(/.test(l)) listed = [...l.matchAll(/([a-h][1-8][a-h][1-8][qrbn]?) \(/g)].map((m) => m[1]).sort(); });
@@ -494,6 +493,7 @@ class XboardUser {
       else engine.send('.');
     }
     engine.send('exit');
+    await this.settle();
     await this.samePosition(board);
   }
 
