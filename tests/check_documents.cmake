@@ -1,5 +1,6 @@
-# check_documents.cmake - the pages of the documentation name no option that a tool has not, the manual pages
-# of tools have all of them, and no link leads nowhere.
+# check_documents.cmake - what the pages of the documentation name exists: options of tools and their defaults,
+# links, files of the source and of the build, presets, settings of the build, and what a testing framework is
+# told. The manual pages of tools have all options.
 #
 #   cmake -DSOURCE_DIR=<folder> -DBUILD=<folder> -P check_documents.cmake
 cmake_policy(VERSION 3.22)
@@ -25,7 +26,10 @@ endforeach()
 
 # A line that names a tool, to its end or the end of the code in it, and the options in that.
 file(GLOB pages "${SOURCE_DIR}/README.md" "${SOURCE_DIR}/doc/*.md")
+file(READ "${SOURCE_DIR}/CMakeLists.txt" lists)
 set(options_seen 0)
+set(paths_seen 0)
+set(defaults_seen 0)
 foreach(page IN LISTS pages)
     file(READ "${page}" text)
     string(REPLACE "\\" "/" text "${text}")
@@ -55,9 +59,81 @@ foreach(page IN LISTS pages)
             message(SEND_ERROR "${page}: ${link} does not exist")
         endif()
     endforeach()
+
+    # A folder of the source or the build, and a name in it; capitals stand for something.
+    string(REGEX MATCHALL "[` ](board|book|build|doc|driver|eval|scripts|search|tablebases|tests|tools)/[a-zA-Z0-9_./]*[a-zA-Z0-9_]"
+           paths "${text}")
+    foreach(path IN LISTS paths)
+        string(SUBSTRING "${path}" 1 -1 path)
+        if(path MATCHES "[/_][A-Z]+$")
+            continue()
+        endif()
+        math(EXPR paths_seen "${paths_seen} + 1")
+        string(REGEX REPLACE "^build/" "${BUILD}/" file "${path}")
+        if(NOT EXISTS "${file}" AND NOT EXISTS "${SOURCE_DIR}/${file}")
+            message(SEND_ERROR "${page}: there is no ${path}")
+        endif()
+    endforeach()
+
+    string(REGEX MATCHALL "CORVANTIS_[A-Z]+" settings "${text}")
+    foreach(setting IN LISTS settings)
+        if(NOT lists MATCHES "\n(option|set)\\(${setting} ")
+            message(SEND_ERROR "${page}: the build has no ${setting}")
+        endif()
+    endforeach()
+
+    # The rows of a table of options: | `--plies N` | 24 |
+    string(REGEX MATCHALL "\\| `--[a-z-]+ N` \\| [0-9]+ \\|" rows "${text}")
+    foreach(row IN LISTS rows)
+        math(EXPR defaults_seen "${defaults_seen} + 1")
+        string(REGEX MATCH "(--[a-z-]+) N. . ([0-9]+)" row "${row}")
+        if(NOT help_make_book MATCHES "${CMAKE_MATCH_1} N[^\n]*default ${CMAKE_MATCH_2}[)]")
+            message(SEND_ERROR "${page}: not the default of make_book: ${row}")
+        endif()
+    endforeach()
 endforeach()
-if(options_seen LESS 15)
-    message(SEND_ERROR "only ${options_seen} options were found in the pages")
+if(options_seen LESS 15 OR paths_seen LESS 50 OR defaults_seen LESS 4)
+    message(SEND_ERROR "too few options, paths or defaults were found in the pages: "
+                       "${options_seen}, ${paths_seen}, ${defaults_seen}")
+endif()
+
+# The presets are those that README.md lists.
+file(READ "${SOURCE_DIR}/README.md" readme)
+file(READ "${SOURCE_DIR}/CMakePresets.json" presets)
+string(JSON count LENGTH "${presets}" configurePresets)
+math(EXPR last "${count} - 1")
+set(names "")
+foreach(i RANGE ${last})
+    string(JSON name GET "${presets}" configurePresets ${i} name)
+    list(APPEND names "`${name}`")
+endforeach()
+string(REGEX MATCH "Presets: [^.]*\\." listed "${readme}")
+string(REGEX MATCHALL "`[a-z]+`" listed "${listed}")
+if(NOT listed STREQUAL names)
+    message(SEND_ERROR "README.md lists the presets ${listed}; they are ${names}")
+endif()
+
+# Every option that a testing framework sends is one of the engine's, but for Threads, which it always sends.
+file(WRITE "${BUILD}/uci.txt" "uci\nquit\n")
+execute_process(COMMAND "${BUILD}/corvantis" WORKING_DIRECTORY "${BUILD}" INPUT_FILE "${BUILD}/uci.txt" OUTPUT_VARIABLE uci)
+file(READ "${SOURCE_DIR}/doc/openbench.json" framework)
+string(JSON count LENGTH "${framework}" test_presets)
+math(EXPR last "${count} - 1")
+set(sent "")
+foreach(i RANGE ${last})
+    string(JSON name MEMBER "${framework}" test_presets ${i})
+    string(JSON options ERROR_VARIABLE none GET "${framework}" test_presets "${name}" both_options)
+    string(REGEX MATCHALL "[A-Za-z]+=" options "${options}")
+    list(APPEND sent ${options})
+endforeach()
+foreach(option IN LISTS sent)
+    string(REPLACE "=" "" option "${option}")
+    if(NOT option STREQUAL "Threads" AND NOT uci MATCHES "option name ${option} type")
+        message(SEND_ERROR "openbench.json: the engine has no option ${option}")
+    endif()
+endforeach()
+if(NOT "OwnBook=" IN_LIST sent)
+    message(SEND_ERROR "openbench.json leaves the engine its book")
 endif()
 
 foreach(tool make_book make_tablebase)

@@ -147,6 +147,25 @@ TEST(Developer, EvaluationsOfAFile) {
 }
 
 // A full disk, or a folder that may not be written: one line, and the command goes on or ends.
+// The page's examples, in their order: a line of out.epd, a game, and a row of its table.
+TEST(Developer, ExamplesOfTheDocumentation) {
+    std::vector<std::string> examples = {""};
+    for (const std::string& line : Split(ContentsOf(CORVANTIS_SOURCE_DIR "/doc/developer.md"), '\n')) {
+        if (line.starts_with("    ")) examples.back() += line.substr(4) + "\n";
+        else if (!examples.back().empty()) examples.emplace_back();
+    }
+    ASSERT_GE(examples.size(), 3u);
+    EngineProcess engine({{"in.epd", examples[0].substr(0, examples[0].find(';')) + "\n"}, {"games.pgn", examples[1]}});
+    engine.Start();
+    engine.Send("epdevl in.epd");
+    engine.Send("pgneval");
+    engine.Sync();
+    EXPECT_EQ(engine.ReadFile("out.epd"), examples[0]);
+    const std::string table = engine.ReadFile("my_eval.csv");
+    EXPECT_EQ(std::count(table.begin(), table.end(), '\n'), 17);
+    EXPECT_NE(("\n" + table).find("\n" + examples[2]), std::string::npos) << table;
+}
+
 TEST(Developer, FilesThatCannotBeWritten) {
     EngineProcess engine({{"games.pgn", Short}, {"x.epd", "8/8/4k3/8/8/4K3/4P3/8 w - -\n"}});
     engine.Start();
