@@ -53,8 +53,6 @@ constexpr int WonScore = 900, WonPlies = 6;
 constexpr int DrawnScore = 10, DrawnPlies = 12, DrawnFromPly = 80;
 constexpr int LongestGame = 250;
 
-constexpr int GamesPerReport = 100;
-
 struct Options {
     int64_t games = 0, nodes = DefaultNodes;
     uint64_t seed = 0;

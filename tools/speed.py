@@ -36,7 +36,10 @@ def searched(engine, fen, milliseconds):
 def measure(engines, fens, milliseconds):
     """Nodes and milliseconds of each engine over all positions."""
     totals = {name: [0, 0] for name in engines}
-    for fen in fens:
+    for number, fen in enumerate(fens, 1):
+        if sys.stderr.isatty():
+            sys.stderr.write(f"\rposition {number} of {len(fens)}" + "\n" * (number == len(fens)))
+            sys.stderr.flush()
         for name, engine in engines.items():
             for i, value in enumerate(searched(engine, fen, milliseconds)):
                 totals[name][i] += value

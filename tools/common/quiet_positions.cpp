@@ -1,7 +1,9 @@
 // quiet_positions.cpp - see quiet_positions.h.
 #include "tools/common/quiet_positions.h"
 
+#include <cinttypes>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <vector>
@@ -194,6 +196,8 @@ bool WriteGamePositions(const std::string& text, const std::string& name, int64_
             return IsQuietPosition(found) && writer.Add(TakePosition(found.score), game.result);
         });
         if (!writer.WriteGame()) return false;
+        if (counts.good % GamesPerReport == 0)
+            std::fprintf(stderr, "%" PRId64 " games, %" PRId64 " positions\n", counts.good, writer.written);
     }
     return true;
 }

@@ -81,12 +81,14 @@ private:
     std::unordered_set<uint64_t> keys;
 };
 
+constexpr int GamesPerReport = 100;
+
 struct GameCounts {
     int64_t good = 0, bad = 0, undecided = 0;  // undecided: the result does not come from the play
 };
 // Writes the quiet positions of the games in a PGN text, each scored by a search of `nodes`
-// nodes. Bad games are reported on standard error under the text's name. False when the disk
-// refuses.
+// nodes. Bad games are reported on standard error under the text's name, and how far it has come
+// every GamesPerReport good games. False when the disk refuses.
 bool WriteGamePositions(const std::string& text, const std::string& name, int64_t nodes, PositionWriter& writer,
                         GameCounts& counts);
 
