@@ -147,9 +147,13 @@ const Dialogue xboard_frontends[] = {
         < move [a-h][1-8][a-h][1-8]
         > result * {No result}
         - .*)"},
-    {"Scid 4 in the xboard dialect", R"(
-        > xboard | new | force | e2e4 | e7e5 | white | st 120000 | sd 5 | post | easy | go
-        < move .*)"},
+    {"Scid 4.7 in the xboard dialect: a search that lasts, begun anew at every move", R"(
+        > xboard | protover 2 | ponder off | post | new | force | e2e4 | e7e5 | g1f3 | black | st 120000 | sd 50 | post | go
+        < 1?\d -?\d+ \d+ \d+ [a-h][78].*
+        > new | force | e2e4 | e7e5 | g1f3 | b8c6 | white | st 120000 | sd 50 | post | go
+        < 1?\d -?\d+ \d+ \d+ [a-h][1-4].*
+        > exit
+        - (move|Illegal|Error).*)"},
     {"Arena, automatic choice of the dialect", R"(
         > xboard | uci
         < uciok
@@ -268,17 +272,16 @@ const Dialogue uci_frontends[] = {
         < readyok
         > ucinewgame | position startpos | go wtime 1000 btime 1000
         < bestmove .*)"},
-    {"Scid 4: infinite analysis, stopped at every move", R"(
-        > setoption name MultiPV value 1 | isready
-        < readyok
-        > position fen rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1 | go infinite
-        sleep 150
+    {"Scid 4.7: infinite analysis, stopped at every move", R"(
+        > position startpos moves | go infinite
+        < info depth 8 .*
         > stop
-        < bestmove .*
-        > position fen rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1 moves e2e4 | go infinite
-        sleep 150
-        > stop
-        < bestmove .*)"},
+        > position startpos moves e2e4 | go infinite
+        < bestmove [a-h][12].*
+        < info depth 8 .*
+        > stop | position startpos moves e2e4 e7e5 | go infinite | stop
+        < bestmove [a-h][78].*
+        < bestmove [a-h][12].*)"},
     {"Scid 5: the other dialect after two seconds of silence is accepted too", R"(
         > xboard | protover 2 | uci
         < uciok
@@ -288,7 +291,7 @@ const Dialogue uci_frontends[] = {
         sleep 100
         > stop
         < bestmove .*)"},
-    {"PyChess", R"(
+    {"PyChess 1.0: a game", R"(
         > setoption name UCI_AnalyseMode value false | setoption name Ponder value true
         > setoption name MultiPV value 1 | isready
         < readyok
@@ -298,6 +301,15 @@ const Dialogue uci_frontends[] = {
         < bestmove .*
         > stop
         - .*)"},
+    {"PyChess 1.0: hints, given up as soon as they are asked for", R"(
+        > isready
+        < readyok
+        > ucinewgame | stop | position startpos moves d2d4 | go movetime 3000 | stop
+        < bestmove [a-h][78].*
+        > stop | position fen rnbqkbnr/pppppppp/8/8/8/3P4/PPP1PPPP/RNBQKBNR b KQkq - 0 1 | go movetime 3000 | stop | stop
+        < bestmove [a-h][78].*
+        > position fen rnbqkbnr/pppppp1p/6p1/8/8/3P4/PPP1PPPP/RNBQKBNR w KQkq - 0 2 | go movetime 300
+        < bestmove [a-h][123].*)"},
     {"lichess-bot", R"(
         > setoption name Move Overhead value 100 | setoption name Threads value 1 | setoption name Hash value 16
         > setoption name SyzygyPath value /nowhere | setoption name UCI_Opponent value none none computer X
