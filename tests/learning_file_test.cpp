@@ -298,6 +298,7 @@ TEST_F(LearningFile, SurvivesKills) {
         std::ofstream("Book.cvt", std::ios::binary) << book;
         std::ofstream("Learn.cv1", std::ios::binary) << file;
         const pid_t child = fork();
+        ASSERT_GE(child, 0);
         if (child == 0) {
             if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(1);
             std::raise(SIGSTOP);

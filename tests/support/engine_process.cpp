@@ -271,7 +271,7 @@ int EngineProcess::WaitForExit(int timeout_ms, Output output) {
     return status_;
 }
 
-bool EngineProcess::Running() { return WaitForExit(0) == NotEnded; }
+bool EngineProcess::Running() { return pid_ > 0 && WaitForExit(0) == NotEnded; }
 
 void EngineProcess::WaitUntilBusy(double milliseconds) {
     const double enough = CpuMilliseconds() + milliseconds;
