@@ -301,5 +301,9 @@ std::string EngineProcess::Transcript() const {
     const size_t shown = 120;
     for (size_t i = dialogue_.size() > shown ? dialogue_.size() - shown : 0; i < dialogue_.size(); ++i)
         text += dialogue_[i] + "\n";
+    siginfo_t end = {};
+    if (!reaped_ && pid_ > 0 && waitid(P_PID, id_t(pid_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid != 0)
+        text += "(ended by then, " + std::string(end.si_code == CLD_EXITED ? "status " : "signal ")
+            + std::to_string(end.si_status) + ")\n";
     return text;
 }
