@@ -6,11 +6,14 @@
 // State: the buffer, the "nobody reads" mark, the hooks.
 #include "board/console.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 #ifdef _WIN32
@@ -107,7 +110,12 @@ bool OutputShowsSymbols() {
     std::string_view locale = variable("LC_ALL");
     if (locale.empty()) locale = variable("LC_CTYPE");
     if (locale.empty()) locale = variable("LANG");
-    return locale.ends_with(".UTF-8") || locale.ends_with(".utf8");
+    // Language_COUNTRY.codeset@modifier; the codeset is written in more than one way.
+    const size_t dot = std::min(locale.find('.'), locale.size());
+    std::string codeset;
+    for (const char c : locale.substr(dot, locale.find('@') - dot))
+        if (c != '-') codeset += char(std::tolower(static_cast<unsigned char>(c)));
+    return codeset == ".utf8";
 #endif
 }
 

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <regex>
 #include <sstream>
 #include <string>
 
@@ -24,12 +25,14 @@ std::string Selected(const std::string& line) {
 
 // What users and front ends have come to type; an added or moved row must not change it. The letters
 // up to the point, and all longer beginnings, select the keyword.
+constexpr const char* Keywords =
+    "p.gneval q. c.lean r.eload h.elp n.ew po.st res.et l.evel m.oves e.dit lo.adfen ep.devl s.elftest t.unenew "
+    "no.post pe.rft sd. st. g.o pon.derhit w.hite stop. rem.ove a.nalyze b.lack f.orce br.d ti.me otim. ea.sy "
+    "ha.rd ev.l u.ndo fr.itz x.board mv.d d.emo bk.m uc.i ucinewgame. set.option i.sready eg.tbstat posi.tion "
+    "deb.ug";
+
 TEST(Commands, EveryBeginningOfEveryKeyword) {
-    std::istringstream rows(
-        "p.gneval q. c.lean r.eload h.elp n.ew po.st res.et l.evel m.oves e.dit lo.adfen ep.devl s.elftest t.unenew "
-        "no.post pe.rft sd. st. g.o pon.derhit w.hite stop. rem.ove a.nalyze b.lack f.orce br.d ti.me otim. ea.sy "
-        "ha.rd ev.l u.ndo fr.itz x.board mv.d d.emo bk.m uc.i ucinewgame. set.option i.sready eg.tbstat posi.tion "
-        "deb.ug");
+    std::istringstream rows(Keywords);
     for (std::string row; rows >> row;) {
         const size_t shortest = row.find('.');
         const std::string keyword = row.substr(0, shortest) + row.substr(shortest + 1);
@@ -38,6 +41,16 @@ TEST(Commands, EveryBeginningOfEveryKeyword) {
             EXPECT_EQ(Selected(line) == keyword, length >= shortest) << line << " selects " << Selected(line);
             EXPECT_EQ(Selected("  " + line + " "), Selected(line)) << line << " between blanks";
         }
+    }
+}
+
+TEST(Commands, AllAreInTheManualPage) {
+    std::string page;
+    ASSERT_TRUE(ReadWholeFile(CORVANTIS_SOURCE_DIR "/doc/man/corvantis.6", page));
+    std::istringstream rows(Keywords);
+    for (std::string keyword; rows >> keyword;) {
+        std::erase(keyword, '.');
+        EXPECT_TRUE(std::regex_search(page, std::regex("\n\\.BR?I? [^\n]*\\b" + keyword + "\\b"))) << keyword;
     }
 }
 

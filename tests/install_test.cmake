@@ -33,6 +33,20 @@ foreach(named place IN ZIP_LISTS named_folders places)
             message(SEND_ERROR "${file} is missing in ${place}")
         endif()
     endforeach()
+    # The links of the pages lead to where things lie now.
+    file(GLOB pages "${place}/share/doc/corvantis/*.md")
+    foreach(page IN LISTS pages)
+        file(READ "${page}" text)
+        string(REPLACE "](" "@" text "${text}")
+        string(REGEX REPLACE "[][;]" " " text "${text}")
+        string(REGEX MATCHALL "@[a-zA-Z0-9_./-]+" links "${text}")
+        foreach(link IN LISTS links)
+            string(SUBSTRING "${link}" 1 -1 link)
+            if(NOT EXISTS "${place}/share/doc/corvantis/${link}")
+                message(SEND_ERROR "${page}: ${link} does not exist")
+            endif()
+        endforeach()
+    endforeach()
 endforeach()
 
 # What a user meets who starts the installed program: a folder of his own with all that is needed, in which
@@ -81,10 +95,29 @@ execute_process(COMMAND ${launch} CORVANTIS_HOME=${WORK}/file/in ${program} INPU
 if(NOT result EQUAL 0 OR NOT output MATCHES "Corvantis v" OR NOT errors MATCHES "file/in cannot be written")
     message(SEND_ERROR "without a folder it says ${result}:\n${output}${errors}")
 endif()
+# Without a home it makes none, and a search path of the shell's leads nowhere else.
+execute_process(COMMAND ${launch} --unset=HOME ${program} INPUT_FILE "${WORK}/lines"
+    OUTPUT_VARIABLE output ERROR_VARIABLE errors RESULT_VARIABLE result)
+if(NOT result EQUAL 0 OR NOT output MATCHES "Corvantis v" OR NOT errors MATCHES "HOME is not set" OR EXISTS /nonexistent)
+    message(SEND_ERROR "without HOME it says ${result}:\n${output}${errors}")
+endif()
+file(MAKE_DIRECTORY "${WORK}/elsewhere/data")
+execute_process(COMMAND ${launch} CDPATH=${WORK}/elsewhere CORVANTIS_HOME=data ${program} WORKING_DIRECTORY "${WORK}/home"
+    INPUT_FILE "${WORK}/lines" OUTPUT_VARIABLE output RESULT_VARIABLE result)
+if(NOT result EQUAL 0 OR NOT output MATCHES "^Corvantis v" OR NOT EXISTS "${WORK}/home/data/Book.cvt")
+    message(SEND_ERROR "with CDPATH it says ${result}:\n${output}")
+endif()
 expect(0 "^usage: corvantis " ${launch} ${program} --help)
 expect(0 "^Corvantis 1\\.70\n$" ${launch} ${program} --version)
 expect(2 "^corvantis: '--book' is no option" ${launch} ${program} --book)
 expect(0 "\n[0-9]+ nodes [0-9]+ nps\n$" ${launch} ${program} bench 2)
+
+# Books: a player whose name stands there the other way round.
+file(WRITE "${WORK}/games.pgn" "[White \"Miller, Anna\"]\n[Black \"Somebody\"]\n[Result \"1-0\"]\n\n1. e4 e5 2. Nf3 1-0\n")
+expect(1 "whose name begins with \"Anna Miller\"; in PGN the family name stands first\nno moves: new.cvt is not written"
+    "${BUILD}/make_book" --player "Anna Miller" --output new.cvt games.pgn)
+expect(0 "3 moves of 1 games" "${BUILD}/make_book" --player "miller" --output new.cvt games.pgn)
+expect(0 "^usage: make_book " "${BUILD}/make_book" --help)
 
 # Tables: made, there already, damaged, and a stranger's.
 set(make "${BUILD}/make_tablebase" --output tables)

@@ -60,24 +60,14 @@ TEST(Console, SessionOfTheDocumentation) {
     EXPECT_EQ(engine.WaitForExit(), 0);
 }
 
-// What the manual page and README.md say of commands and options is what the program says.
-TEST(Console, ManualPageKnowsAllCommandsAndOptions) {
+// What the manual page and README.md say of options is what the program says.
+TEST(Console, DocumentationKnowsAllOptions) {
     const std::string manual = Document("doc/man/corvantis.6"), readme = Document("README.md");
     EngineProcess engine;
     engine.Start();
-    engine.Send("help");
-    engine.Send("");
-    const std::regex command("([a-z]+).* \\.\\.+ .*");
     const std::regex option("option name (.*) type .*");
-    int commands = 0;
     std::string options;
     std::smatch m;
-    for (const std::string& line : engine.Sync()) {
-        if (!std::regex_match(line, m, command)) continue;
-        ++commands;
-        EXPECT_TRUE(std::regex_search(manual, std::regex("\n\\.BR?I? [^\n]*\\b" + m[1].str() + "\\b"))) << line;
-    }
-    EXPECT_EQ(commands, 29);
     engine.Send("uci");
     for (const std::string& line : engine.Sync()) {
         if (!std::regex_match(line, m, option)) continue;
@@ -95,7 +85,8 @@ TEST(Console, BoardInSymbols) {
         const char *locale, *terminal, *rank;
     } cases[] = {
         {EngineProcess::Channel::Terminal, "C.UTF-8", "xterm", "1  ♖ ♘ ♗ ♕ ♔ ♗ ♘ ♖"},
-        {EngineProcess::Channel::Terminal, "C.UTF-8", "xterm", "7  ♟ ♟ ♟ ♟ ♟ ♟ ♟ ♟"},
+        {EngineProcess::Channel::Terminal, "ca_ES.utf8@valencia", "xterm", "7  ♟ ♟ ♟ ♟ ♟ ♟ ♟ ♟"},
+        {EngineProcess::Channel::Terminal, "de_DE.ISO-8859-1", "xterm", "1  R N B Q K B N R"},
         {EngineProcess::Channel::Terminal, "C", "xterm", "1  R N B Q K B N R"},
         {EngineProcess::Channel::Terminal, "C.UTF-8", "dumb", "1  R N B Q K B N R"},
         {EngineProcess::Channel::Terminal, "C.UTF-8", "linux", "8  r n b q k b n r"},

@@ -146,7 +146,6 @@ TEST(Developer, EvaluationsOfAFile) {
     EXPECT_EQ(Split(engine.ReadFile("out.epd"), '\n')[0], lines[0] + ";" + score);
 }
 
-// A full disk, or a folder that may not be written: one line, and the command goes on or ends.
 // The page's examples, in their order: a line of out.epd, a game, and a row of its table.
 TEST(Developer, ExamplesOfTheDocumentation) {
     std::vector<std::string> examples = {""};
@@ -166,6 +165,7 @@ TEST(Developer, ExamplesOfTheDocumentation) {
     EXPECT_NE(("\n" + table).find("\n" + examples[2]), std::string::npos) << table;
 }
 
+// A full disk, or a folder that may not be written: one line, and the command goes on or ends.
 TEST(Developer, FilesThatCannotBeWritten) {
     EngineProcess engine({{"games.pgn", Short}, {"x.epd", "8/8/4k3/8/8/4K3/4P3/8 w - -\n"}});
     engine.Start();

@@ -143,8 +143,8 @@ void Solve(const Record& record, const SearchLimits& limits, Totals& totals) {
     std::fflush(stdout);
 }
 
-int Usage() {
-    std::fprintf(stderr,
+int Usage(std::FILE* stream = stderr) {
+    std::fprintf(stream,
                  "usage: epd_solve [--movetime MS | --depth N | --nodes N] [--hash MB] [--winner] FILE...\n"
                  "       one limit a position, default --movetime %d; depth 1..90; hash 1..%d\n"
                  "       --winner: for a mate the right side ahead by three pawns is enough\n",
@@ -155,6 +155,7 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     if (!InitialiseEngine()) {
         std::fprintf(stderr, "out of memory\n");
         return 1;

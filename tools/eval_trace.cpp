@@ -19,6 +19,7 @@
 #include "eval/trace.h"
 #include "tools/common/mirror.h"
 #include "tools/common/signature.h"
+#include "tools/common/text.h"
 
 namespace {
 
@@ -116,8 +117,8 @@ bool CheckAll() {
     return counts.faults == 0 && counts.positions > 0;
 }
 
-int Usage() {
-    std::fprintf(stderr,
+int Usage(std::FILE* stream = stderr) {
+    std::fprintf(stream,
                  "usage: eval_trace FEN\n"
                  "       eval_trace [--check] < FILE      (one position a line; default: print them)\n");
     return 2;
@@ -126,6 +127,7 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     const bool check = argc == 2 && !std::strcmp(argv[1], "--check");
     if (argc > 1 && argv[1][0] == '-' && !check) return Usage();
     if (!InitialiseEngine()) {

@@ -20,8 +20,8 @@
 
 static constexpr int64_t DefaultNodes = 6000;
 
-static int Usage() {
-    std::fprintf(stderr,
+static int Usage(std::FILE* stream = stderr) {
+    std::fprintf(stream,
                  "usage: game_positions [--nodes N] --output FILE GAMES.pgn...\n"
                  "       --nodes a position, default %" PRId64 "\n",
                  DefaultNodes);
@@ -29,6 +29,7 @@ static int Usage() {
 }
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     int64_t nodes = DefaultNodes;
     std::string output;
     std::vector<std::string> files;

@@ -35,9 +35,9 @@ struct Options {
     std::vector<std::string> files;
 };
 
-int Usage() {
+int Usage(std::FILE* stream = stderr) {
     const BookLimits standard;
-    std::fprintf(stderr,
+    std::fprintf(stream,
                  "usage: make_book [OPTION]... --output BOOK.cvt FILE...\n"
                  "       make_book --list BOOK.cvt\n"
                  "files: .pgn .txt .tsv (games and lines), .book .cvt (books; these enter as they stand)\n"
@@ -129,6 +129,7 @@ bool Write(const std::string& path, const std::string& bytes) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     Options options;
     if (!ParseOptions(argc, argv, options)) return Usage();
     if (!InitialiseEngine()) {
@@ -167,10 +168,15 @@ int main(int argc, char** argv) {
     for (const auto& node : nodes) moves += int64_t(node.second.size());
     const std::string bytes = BookFileBytes(nodes);
     // An engine with an empty book would be none the wiser, and an old book be lost.
+    const BookCounts& counts = builder.counts;
+    if (!options.limits.player.empty() && counts.games == 0 && counts.left_out > 0)
+        std::fprintf(stderr,
+                     "no game within the limits is of a player whose name begins with \"%s\"; in PGN the "
+                     "family name stands first\n",
+                     options.limits.player.c_str());
     if (moves == 0) std::fprintf(stderr, "no moves: %s is not written\n", options.output.c_str());
     else if (!Write(options.output, bytes)) return 1;
 
-    const BookCounts& counts = builder.counts;
     const int printed =
         std::printf("%zu positions, %" PRId64 " moves of %" PRId64 " games; %" PRId64 " games refused, %" PRId64
                     " left out by the limits, %" PRId64 " bad lines of book text; %zu bytes, %.1f seconds\n",

@@ -2,7 +2,7 @@
 //
 //   make_tablebase [--output DIR] [--threads N] [--plain] [--verify] NAME...
 //
-// NAME is a material of 3 to 5 men such as kbnk (the stronger side first), or all3, all4, all5:
+// NAME is a material of 3 to 5 men such as kbnk (the side with more men first, or the stronger), or all3, all4, all5:
 // every material with that many men. What a material depends on is made first. Materials that
 // are there already and undamaged are left as they are, so that an interrupted run goes on where
 // it was. It may leave a file that ends in .tmp behind, which the next run writes anew. Files of
@@ -122,7 +122,7 @@ bool ReadArguments(int argc, char** argv, Arguments* arguments) {
         } else if (ParseTableMaterial(name, &material) && MenCount(material) <= 5) {
             add(name);
         } else {
-            return Usage(argument + " is no material of 3 to 5 men, the stronger side first"), false;
+            return Usage(argument + " is no material of 3 to 5 men, the side with more men first"), false;
         }
     }
     if (names.empty()) return Usage("no material is named"), false;

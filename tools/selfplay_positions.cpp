@@ -174,19 +174,22 @@ bool ParseOptions(int argc, char** argv, Options& options) {
     return argc % 2 == 1 && options.games > 0 && !options.output.empty();
 }
 
+int Usage(std::FILE* stream = stderr) {
+    std::fprintf(stream,
+                 "usage: selfplay_positions --games N [--nodes N] [--seed N] [--openings FILE.tsv|FILE.pgn]\n"
+                 "                          [--random-plies N] --output FILE\n"
+                 "       --nodes a move, default %d; --random-plies 0..100, default %d, behind a line of\n"
+                 "       --openings %d; --seed default another in every run; --openings default none\n",
+                 DefaultNodes, RandomPliesAlone, RandomPliesAfterOpening);
+    return 2;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     Options options;
-    if (!ParseOptions(argc, argv, options)) {
-        std::fprintf(stderr,
-                     "usage: selfplay_positions --games N [--nodes N] [--seed N] [--openings FILE.tsv|FILE.pgn]\n"
-                     "                          [--random-plies N] --output FILE\n"
-                     "       --nodes a move, default %d; --random-plies 0..100, default %d, behind a line of\n"
-                     "       --openings %d; --seed default another in every run; --openings default none\n",
-                     DefaultNodes, RandomPliesAlone, RandomPliesAfterOpening);
-        return 2;
-    }
+    if (!ParseOptions(argc, argv, options)) return Usage();
     if (!InitialisePositionTool()) {
         std::fprintf(stderr, "out of memory\n");
         return 1;

@@ -44,9 +44,9 @@ struct Options {
     std::vector<std::string> data;
 };
 
-int Usage() {
+int Usage(std::FILE* stream = stderr) {
     const Options standard{};
-    std::fprintf(stderr,
+    std::fprintf(stream,
                  "usage: tune_weights [OPTION]... DATA.epd[.gz]...\n"
                  "  --source FILE     weights.def to rewrite (default none)\n"
                  "  --values FILE     parameter file to write (default none)\n"
@@ -165,6 +165,7 @@ void PrintChanges(const FitReport& report) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     Options options;
     if (!ParseOptions(argc, argv, options)) return Usage();
     std::string unknown;

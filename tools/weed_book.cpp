@@ -42,8 +42,8 @@ struct Options {
     WeedingRules rules;
 };
 
-int Usage() {
-    std::fprintf(stderr,
+int Usage(std::FILE* stream = stderr) {
+    std::fprintf(stream,
                  "usage: weed_book [options] --scores SCORES.epd [--output BOOK.book] BOOK...\n"
                  "       --nodes N      of each search, default %" PRId64
                  "\n"
@@ -138,6 +138,7 @@ bool SearchAll(const Options& options, const std::vector<BookPosition>& position
 }  // namespace
 
 int main(int argc, char** argv) {
+    if (AsksForHelp(argc, argv)) return Usage(stdout), 0;
     Options options;
     if (!ReadOptions(argc, argv, options)) return Usage();
     if (!InitialiseEngine()) {

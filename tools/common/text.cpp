@@ -117,3 +117,8 @@ std::vector<std::string> Split(const std::string& text, char separator) {
     }
     return parts;
 }
+
+bool AsksForHelp(int argc, char** argv) {
+    const std::string word = argc > 1 ? argv[1] : "";
+    return word == "--help" || word == "-h";
+}

@@ -30,6 +30,9 @@ bool NextLine(const std::string& text, size_t& at, std::string& line);
 // At every separator, so there is one part more than separators.
 std::vector<std::string> Split(const std::string& text, char separator);
 
+// Is the first word of a command line --help or -h?
+bool AsksForHelp(int argc, char** argv);
+
 // False when the word is no number, has anything behind the number, or lies outside low..high;
 // `number` then keeps its value.
 template <typename Number>
