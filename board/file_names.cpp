@@ -6,6 +6,10 @@
 #include <system_error>
 
 #ifdef _WIN32
+#include <cstring>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
 #include <windows.h>
 #endif
 
@@ -46,7 +50,12 @@ std::string NameOf(const fs::path& path) {
     return name;
 }
 
-std::FILE* OpenFile(const fs::path& path, const char* mode) { return _wfopen(path.c_str(), fs::path(mode).c_str()); }
+std::FILE* OpenFile(const fs::path& path, const char* mode) {
+    if (std::strchr(mode, 'x') == nullptr) return _wfopen(path.c_str(), fs::path(mode).c_str());
+    // The library of Windows passes over the "x", and would empty the file that is there.
+    const int made = _wopen(path.c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_BINARY, _S_IREAD | _S_IWRITE);
+    return made >= 0 ? _fdopen(made, "wb") : nullptr;
+}
 
 #else
 

@@ -11,7 +11,7 @@
 std::filesystem::path PathOf(const std::string& name);
 std::string NameOf(const std::filesystem::path& path);
 
-// As fopen() does: OpenFile(PathOf(name), "rb").
+// As fopen() does: OpenFile(PathOf(name), "rb"). The one mode with an "x" is "wbx", a new file.
 std::FILE* OpenFile(const std::filesystem::path& path, const char* mode);
 
 // The name under which the file or folder exists: as it stands, else with '\' taken as '/',
