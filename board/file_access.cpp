@@ -5,13 +5,16 @@
 #include <limits>
 #include <system_error>
 
+#include "board/file_names.h"
+
 static bool Seek(std::FILE* file, int64_t offset) {
     return offset >= 0 && offset <= std::numeric_limits<long>::max() && std::fseek(file, long(offset), SEEK_SET) == 0;
 }
 
 static std::FILE* OpenPlain(const char* name, const char* mode) {
+    const std::filesystem::path path = PathOf(name);
     std::error_code error;
-    return std::filesystem::is_regular_file(name, error) ? std::fopen(name, mode) : nullptr;
+    return std::filesystem::is_regular_file(path, error) ? OpenFile(path, mode) : nullptr;
 }
 
 static std::FILE* Open(const char* name, const char* mode) {

@@ -33,6 +33,7 @@
 
 #include "board/console.h"
 #include "board/file_access.h"
+#include "board/file_names.h"
 #include "board/position.h"
 #include "board/settings.h"
 
@@ -157,9 +158,10 @@ void Write(const Queued& entry) {
 
 void load_learning(const char* file_name) {
     CloseLearning();
+    const std::filesystem::path path = PathOf(file_name);
     std::error_code error;
-    if (!std::filesystem::exists(file_name, error))
-        if (std::FILE* const created = std::fopen(file_name, "ab")) std::fclose(created);
+    if (!std::filesystem::exists(path, error))
+        if (std::FILE* const created = OpenFile(path, "ab")) std::fclose(created);
     learned = new (std::nothrow) std::unordered_map<uint64_t, Learned>;
     file = OpenForUpdate(file_name);
     if (file != nullptr && learned != nullptr && CompleteHeads()) {

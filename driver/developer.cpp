@@ -11,6 +11,7 @@
 
 #include "board/console.h"
 #include "board/file_access.h"
+#include "board/file_names.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/perft.h"
@@ -111,7 +112,7 @@ void EvaluateEpd() {
     written &= std::fclose(output) == 0;
     std::error_code error;
     // Half of a file must not take the place of the whole one that it was made from.
-    const bool keep = !interrupted || !std::filesystem::equivalent(name, EvaluationsFile, error);
+    const bool keep = !interrupted || !std::filesystem::equivalent(PathOf(name), EvaluationsFile, error);
     if (written && keep) {
         std::filesystem::rename(UnfinishedEvaluations, EvaluationsFile, error);
         written = !error;

@@ -48,11 +48,20 @@ DWORD WINAPI ReadAhead(void*) {
     return 0;
 }
 
+// When memory is short there is no thread: the program then waits for input itself.
 void StartReadingAhead() {
     filled = CreateEventA(nullptr, TRUE, FALSE, nullptr);
     emptied = CreateEventA(nullptr, FALSE, FALSE, nullptr);
-    const HANDLE thread = CreateThread(nullptr, 0, ReadAhead, nullptr, 0, nullptr);
-    if (thread != nullptr) CloseHandle(thread);
+    const bool events = filled != nullptr && emptied != nullptr;
+    const HANDLE thread = events ? CreateThread(nullptr, 0, ReadAhead, nullptr, 0, nullptr) : nullptr;
+    if (thread != nullptr) {
+        CloseHandle(thread);
+        return;
+    }
+    for (HANDLE* event : {&filled, &emptied}) {
+        if (*event != nullptr) CloseHandle(*event);
+        *event = nullptr;
+    }
 }
 
 int TakePiece(char* bytes, int size) {
@@ -119,8 +128,12 @@ int ReadInput(char* bytes, int size) {
     for (;;) {
         if (SignalWaits()) return -1;
         const int count = _read(0, bytes, unsigned(size));
-        if (count >= 0) return count;
-        if (errno != EINTR) return 0;
+        if (count > 0) return count;
+        if (count < 0 && errno == EINTR) continue;
+        // Ctrl-C leaves nothing in a line, as the end of input does, and is told by another thread,
+        // perhaps a little later.
+        for (int i = 0; !is_pipe && i < 10 && !SignalWaits(); ++i) Sleep(10);
+        if (!SignalWaits()) return 0;
     }
 }
 

@@ -16,6 +16,7 @@
 
 #include "board/console.h"
 #include "board/file_access.h"
+#include "board/file_names.h"
 #include "board/types.h"
 #include "eval/parameters.h"
 
@@ -175,18 +176,18 @@ void LoadValues(const char* file_name) {
 
 // Written beside the target first: a file cut short by a full disk would be read as valid.
 bool SaveValues(const char* file_name) {
-    const std::string temporary = std::string(file_name) + ".new";
-    std::FILE* file = std::fopen(temporary.c_str(), "w");
+    const std::filesystem::path target = PathOf(file_name), temporary = PathOf(std::string(file_name) + ".new");
+    std::FILE* file = OpenFile(temporary, "w");
     if (!file) return false;
     for (const ValueRow& row : value_rows)
         for (int i = 0; i < row.count; ++i) std::fprintf(file, "%d\n", row.target ? row.target[i] : 0);
     bool written = !std::ferror(file);
     written &= std::fclose(file) == 0;
+    std::error_code error;
     if (written) {
-        std::error_code error;
-        std::filesystem::rename(temporary, file_name, error);
+        std::filesystem::rename(temporary, target, error);
         written = !error;
     }
-    if (!written) std::remove(temporary.c_str());
+    if (!written) std::filesystem::remove(temporary, error);
     return written;
 }

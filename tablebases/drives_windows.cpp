@@ -8,9 +8,11 @@
 
 #include <windows.h>
 
+#include "board/file_names.h"
+
 static bool IsFolder(const std::string& name) {
-    WIN32_FIND_DATAA found;
-    const HANDLE handle = FindFirstFileA(name.c_str(), &found);
+    WIN32_FIND_DATAW found;
+    const HANDLE handle = FindFirstFileW(PathOf(name).c_str(), &found);
     if (handle == INVALID_HANDLE_VALUE) return false;
     FindClose(handle);
     return (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;

@@ -21,6 +21,7 @@
 #include <set>
 #include <system_error>
 
+#include "board/file_names.h"
 #include "tablebases/loaded_tables.h"
 #include "tablebases/parallel.h"
 #include "tablebases/table_moves.h"
@@ -334,7 +335,7 @@ std::string ForeignTable(const TableJob& job, const std::string& material) {
     for (const Colour side : {WHITE, BLACK}) {
         const std::string path = TablePath(job, material, side);
         std::error_code error;
-        if (std::filesystem::exists(path, error) && !IsTableFile(path)) return path;
+        if (std::filesystem::exists(PathOf(path), error) && !IsTableFile(path)) return path;
     }
     return "";
 }

@@ -7,6 +7,8 @@
 #include <new>
 #include <system_error>
 
+#include "board/file_names.h"
+
 std::string PlainTablePath(const std::string& folder, const std::string& material, Colour side_to_move) {
     return folder + "/" + material + (side_to_move == WHITE ? ".nbw" : ".nbb");
 }
@@ -14,7 +16,7 @@ std::string PlainTablePath(const std::string& folder, const std::string& materia
 std::string ExistingTablePath(const std::string& folder, const std::string& material, Colour side_to_move) {
     const std::string plain = PlainTablePath(folder, material, side_to_move);
     std::error_code error;
-    return std::filesystem::exists(plain, error) ? plain : plain + ".emd";
+    return std::filesystem::exists(PathOf(plain), error) ? plain : plain + ".emd";
 }
 
 bool LoadTable(const std::string& folder, const std::string& material, LoadedTable* table, std::string* reason) {

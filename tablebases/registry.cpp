@@ -54,7 +54,7 @@ std::string Trim(const std::string& part) {
 
 bool IsThere(const std::string& folder) {
     std::error_code error;
-    return fs::exists(folder, error);
+    return fs::exists(PathOf(folder), error);
 }
 
 // The folders of the path that exist, each once.
@@ -62,7 +62,9 @@ std::vector<std::string> FoldersOf(const std::string& path) {
     std::vector<std::string> folders;
     const auto add = [&folders](const std::string& folder) {
         std::error_code error;
-        const auto same = [&](const std::string& other) { return fs::equivalent(folder, other, error); };
+        const auto same = [&](const std::string& other) {
+            return fs::equivalent(PathOf(folder), PathOf(other), error);
+        };
         if (std::none_of(folders.begin(), folders.end(), same)) folders.push_back(folder);
     };
     for (size_t at = 0, end; at <= path.size(); at = end + 1) {
@@ -119,7 +121,7 @@ std::string PlainName(const fs::path& entry) {
 
 void ListFolder(const std::string& folder, size_t number, std::vector<Candidate>* candidates) {
     std::error_code error;
-    fs::directory_iterator entry(folder, error);
+    fs::directory_iterator entry(PathOf(folder), error);
     for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
         Candidate candidate;
         const std::string name = PlainName(entry->path());

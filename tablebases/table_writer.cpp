@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "board/file_access.h"
+#include "board/file_names.h"
 #include "tablebases/encoder.h"
 
 static_assert(UnusedSlot == AnyByte);
@@ -108,17 +109,17 @@ bool WriteTableFile(const std::string& path, const TableContents& contents, bool
     const std::string unfinished = path + ".tmp";
     std::error_code error;
     errno = 0;
-    std::FILE* const file = std::fopen(unfinished.c_str(), "wb");
+    std::FILE* const file = OpenFile(PathOf(unfinished), "wb");
     bool good = file != nullptr;
     if (good) good = WriteAndClose(file, contents, packed, threads, encoder);
     if (!good) {
         *reason = "cannot write " + unfinished + ": " + (errno != 0 ? std::strerror(errno) : "failed");
     } else {
-        std::filesystem::rename(unfinished, path, error);
+        std::filesystem::rename(PathOf(unfinished), PathOf(path), error);
         if (!error) return true;
         *reason = "cannot rename " + unfinished + ": " + error.message();
     }
-    if (file != nullptr) std::filesystem::remove(unfinished, error);
+    if (file != nullptr) std::filesystem::remove(PathOf(unfinished), error);
     return false;
 }
 

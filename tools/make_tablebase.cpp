@@ -26,6 +26,7 @@
 #include <vector>
 
 #include "board/attacks.h"
+#include "board/file_names.h"
 #include "tablebases/generate.h"
 
 namespace {
@@ -53,10 +54,10 @@ unsigned long long Megabytes(uint64_t bytes) { return (bytes + 1048575) / 104857
 // "" when files can be written into the folder, which is made when it is missing.
 std::string PrepareFolder(const std::string& folder) {
     std::error_code error;
-    std::filesystem::create_directories(folder, error);
+    std::filesystem::create_directories(PathOf(folder), error);
     if (error) return folder + ": " + error.message();
-    const std::string probe = folder + "/make_tablebase.tmp";
-    std::FILE* const file = std::fopen(probe.c_str(), "wb");
+    const std::filesystem::path probe = PathOf(folder + "/make_tablebase.tmp");
+    std::FILE* const file = OpenFile(probe, "wb");
     if (file == nullptr) return folder + ": " + std::strerror(errno);
     std::fclose(file);
     std::filesystem::remove(probe, error);

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "board/attacks.h"
+#include "board/file_names.h"
 #include "board/movegen.h"
 #include "board/position.h"
 #include "search/root.h"
@@ -113,7 +114,7 @@ int SearchScore(int64_t nodes) {
 bool SearchAll(const Options& options, const std::vector<BookPosition>& positions, PositionScores& scores,
                int64_t& searched) {
     const bool half_line = ReadScores(options.scores, scores);
-    std::FILE* const file = std::fopen(options.scores.c_str(), "ab");
+    std::FILE* const file = OpenFile(PathOf(options.scores), "ab");
     if (file == nullptr) return false;
     const auto start = Clock::now();
     bool good = !half_line || std::fputc('\n', file) != EOF;

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <unordered_set>
 
+#include "board/file_names.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/position.h"
@@ -42,7 +43,7 @@ void RemoveByteOrderMark(std::string& text) {
 class PieceReader {
 public:
     PieceReader(const std::string& path, size_t piece_bytes, size_t (*border)(const std::string&))
-        : file(std::fopen(path.c_str(), "rb")), piece_bytes(piece_bytes), border(border) {}
+        : file(OpenFile(PathOf(path), "rb")), piece_bytes(piece_bytes), border(border) {}
     ~PieceReader() {
         if (file != nullptr) std::fclose(file);
     }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "board/attacks.h"
+#include "board/file_names.h"
 #include "board/make_move.h"
 #include "board/movegen.h"
 #include "board/ordering_data.h"
@@ -128,7 +129,7 @@ bool PositionWriter::Open(const std::string& file_path) {
     };
     if (EndsWith(path, ".gz")) return refuse("plain text cannot be appended to a compressed file");
     std::error_code error;
-    if (std::filesystem::exists(path, error)) {
+    if (std::filesystem::exists(PathOf(path), error)) {
         std::string text, line;
         if (!ReadWholeFile(path, text)) return refuse("cannot be read");
         const size_t whole = text.rfind('\n') + 1;  // bytes of complete lines
@@ -144,9 +145,9 @@ bool PositionWriter::Open(const std::string& file_path) {
                 return refuse("exists and is no file of positions");
             keys.insert(DuplicateKey());
         }
-        if (whole < size) std::filesystem::resize_file(path, whole, error);
+        if (whole < size) std::filesystem::resize_file(PathOf(path), whole, error);
     }
-    file = error ? nullptr : std::fopen(path.c_str(), "ab");
+    file = error ? nullptr : OpenFile(PathOf(path), "ab");
     return file != nullptr || refuse("cannot be written");
 }
 

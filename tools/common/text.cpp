@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "board/file_names.h"
+
 namespace {
 
 namespace fs = std::filesystem;
@@ -22,7 +24,7 @@ struct NewFile {
 NewFile OpenNewFile(const std::string& path, std::string& why) {
     NewFile opened;
     std::error_code error;
-    opened.target = path;
+    opened.target = PathOf(path);
     for (int links = 0; fs::is_symlink(opened.target, error) && links < 40; ++links)
         opened.target = opened.target.parent_path() / fs::read_symlink(opened.target, error);
     const fs::file_status old = fs::status(opened.target, error);
@@ -33,7 +35,7 @@ NewFile OpenNewFile(const std::string& path, std::string& why) {
     for (int number = 0; opened.file == nullptr && number < 1000; ++number) {
         opened.temporary = opened.target;
         opened.temporary += ".new" + (number == 0 ? "" : std::to_string(number));
-        opened.file = std::fopen(opened.temporary.string().c_str(), "wbx");
+        opened.file = OpenFile(opened.temporary, "wbx");
         if (opened.file == nullptr && errno != EEXIST) break;
     }
     if (opened.file == nullptr) why = "cannot be written";
@@ -51,7 +53,7 @@ bool ReadStream(std::FILE* file, std::string& text) {
 }
 
 bool ReadWholeFile(const std::string& path, std::string& text) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
+    std::FILE* file = OpenFile(PathOf(path), "rb");
     if (!file) return false;
     const bool read = ReadStream(file, text);
     std::fclose(file);
