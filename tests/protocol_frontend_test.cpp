@@ -148,7 +148,8 @@ const Dialogue xboard_frontends[] = {
         > result * {No result}
         - .*)"},
     {"Scid 4.7 in the xboard dialect: a search that lasts, begun anew at every move", R"(
-        > xboard | protover 2 | ponder off | post | new | force | e2e4 | e7e5 | g1f3 | black | st 120000 | sd 50 | post | go
+        > xboard | protover 2 | ponder off | post | new | force | e2e4 | e7e5 | g1f3 | black
+        > st 120000 | sd 50 | post | go
         < 1?\d -?\d+ \d+ \d+ [a-h][78].*
         > new | force | e2e4 | e7e5 | g1f3 | b8c6 | white | st 120000 | sd 50 | post | go
         < 1?\d -?\d+ \d+ \d+ [a-h][1-4].*
@@ -306,7 +307,8 @@ const Dialogue uci_frontends[] = {
         < readyok
         > ucinewgame | stop | position startpos moves d2d4 | go movetime 3000 | stop
         < bestmove [a-h][78].*
-        > stop | position fen rnbqkbnr/pppppppp/8/8/8/3P4/PPP1PPPP/RNBQKBNR b KQkq - 0 1 | go movetime 3000 | stop | stop
+        > stop | position fen rnbqkbnr/pppppppp/8/8/8/3P4/PPP1PPPP/RNBQKBNR b KQkq - 0 1
+        > go movetime 3000 | stop | stop
         < bestmove [a-h][78].*
         > position fen rnbqkbnr/pppppp1p/6p1/8/8/3P4/PPP1PPPP/RNBQKBNR w KQkq - 0 2 | go movetime 300
         < bestmove [a-h][123].*)"},
