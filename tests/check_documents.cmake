@@ -1,6 +1,6 @@
 # check_documents.cmake - what the pages of the documentation name exists: options of tools and their defaults,
-# links, files of the source and of the build, presets, settings of the build, and what a testing framework is
-# told. The manual pages of tools have all options.
+# links, files of the source and of the build, presets, settings of the build, what a testing framework is told
+# and the version. The manual pages of tools have all options.
 #
 #   cmake -DSOURCE_DIR=<folder> -DBUILD=<folder> -P check_documents.cmake
 cmake_policy(VERSION 3.22)
@@ -114,8 +114,11 @@ if(NOT listed STREQUAL names)
 endif()
 
 # Every option that a testing framework sends is one of the engine's, but for Threads, which it always sends.
-file(WRITE "${BUILD}/uci.txt" "uci\nquit\n")
-execute_process(COMMAND "${BUILD}/corvantis" WORKING_DIRECTORY "${BUILD}" INPUT_FILE "${BUILD}/uci.txt" OUTPUT_VARIABLE uci)
+set(work "${BUILD}/check_documents")  # without a configuration
+file(MAKE_DIRECTORY "${work}")
+file(WRITE "${work}/uci.txt" "uci\nquit\n")
+execute_process(COMMAND "${BUILD}/corvantis" WORKING_DIRECTORY "${work}" INPUT_FILE "${work}/uci.txt" OUTPUT_VARIABLE uci)
+file(REMOVE_RECURSE "${work}")
 file(READ "${SOURCE_DIR}/doc/openbench.json" framework)
 string(JSON count LENGTH "${framework}" test_presets)
 math(EXPR last "${count} - 1")
@@ -153,3 +156,26 @@ foreach(tool make_book make_tablebase)
         endif()
     endforeach()
 endforeach()
+
+# One version everywhere.
+string(REGEX MATCH "corvantis VERSION ([0-9]+)[.]([0-9]+)" version "${lists}")
+set(major ${CMAKE_MATCH_1})
+set(minor ${CMAKE_MATCH_2})
+function(expect_version file text)
+    file(READ "${SOURCE_DIR}/${file}" content)
+    string(FIND "${content}" "${text}" place)
+    if(place EQUAL -1)
+        message(SEND_ERROR "${file} does not say ${text}")
+    endif()
+endfunction()
+foreach(page corvantis corvantis-make-book corvantis-make-tablebase)
+    expect_version(doc/man/${page}.6 "\"Corvantis ${major}.${minor}\"")
+endforeach()
+expect_version(packaging/debian/changelog "corvantis (${major}.${minor}) ")
+expect_version(packaging/windows/corvantis.rc "FILEVERSION ${major},${minor},")
+expect_version(packaging/windows/corvantis.rc "\"FileVersion\", \"${major}.${minor}\"")
+expect_version(packaging/windows/corvantis.manifest "version=\"${major}.${minor}.0.0\"")
+expect_version(README.md "corvantis_${major}.${minor}_")
+if(NOT uci MATCHES "Corvantis v${major}[.]${minor} " OR NOT uci MATCHES "id name Corvantis ${major}[.]${minor}\n")
+    message(SEND_ERROR "the engine is not of version ${major}.${minor}:\n${uci}")
+endif()
