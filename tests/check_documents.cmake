@@ -4,6 +4,7 @@
 #
 #   cmake -DSOURCE_DIR=<folder> -DBUILD=<folder> -P check_documents.cmake
 cmake_policy(VERSION 3.22)
+include("${CMAKE_CURRENT_LIST_DIR}/links.cmake")
 set(tools make_book make_tablebase weed_book tune_weights selfplay_positions game_positions epd_solve)
 set(scripts strength.py speed.py ending_match.py score_positions.py)
 
@@ -49,16 +50,7 @@ foreach(page IN LISTS pages)
         endforeach()
     endforeach()
 
-    get_filename_component(folder "${page}" DIRECTORY)
-    string(REPLACE "](" "@" text "${text}")
-    string(REGEX REPLACE "[][;]" " " text "${text}")
-    string(REGEX MATCHALL "@[a-zA-Z0-9_./-]+" links "${text}")
-    foreach(link IN LISTS links)
-        string(SUBSTRING "${link}" 1 -1 link)
-        if(NOT EXISTS "${folder}/${link}")
-            message(SEND_ERROR "${page}: ${link} does not exist")
-        endif()
-    endforeach()
+    check_links("${page}")
 
     # A folder of the source or the build, and a name in it; capitals stand for something.
     string(REGEX MATCHALL "[` ](board|book|build|doc|driver|eval|scripts|search|tablebases|tests|tools)/[a-zA-Z0-9_./]*[a-zA-Z0-9_]"

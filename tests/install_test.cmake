@@ -1,6 +1,7 @@
 # install_test.cmake - what an installation holds, and what make_tablebase says to its users.
 #
 #   cmake -DBUILD=<folder> -DWORK=<folder> -P install_test.cmake
+include("${CMAKE_CURRENT_LIST_DIR}/links.cmake")
 file(REMOVE_RECURSE "${WORK}")
 file(MAKE_DIRECTORY "${WORK}")
 
@@ -36,16 +37,7 @@ foreach(named place IN ZIP_LISTS named_folders places)
     # The links of the pages lead to where things lie now.
     file(GLOB pages "${place}/share/doc/corvantis/*.md")
     foreach(page IN LISTS pages)
-        file(READ "${page}" text)
-        string(REPLACE "](" "@" text "${text}")
-        string(REGEX REPLACE "[][;]" " " text "${text}")
-        string(REGEX MATCHALL "@[a-zA-Z0-9_./-]+" links "${text}")
-        foreach(link IN LISTS links)
-            string(SUBSTRING "${link}" 1 -1 link)
-            if(NOT EXISTS "${place}/share/doc/corvantis/${link}")
-                message(SEND_ERROR "${page}: ${link} does not exist")
-            endif()
-        endforeach()
+        check_links("${page}")
     endforeach()
 endforeach()
 
