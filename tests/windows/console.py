@@ -53,23 +53,26 @@ class Console:
         sys.exit("%s; printed was\n%s" % (what, self.printed.decode(errors="replace")))
 
 
+THINKING = rb"\n[^\n]*\d+ -?\d+ \d+ \d+ [a-h]"
+# Keys, what is printed after them (nothing: the end), and what is wrong when it is not.
+STEPS = (
+    ("", rb"EGTB files", "it does not start"),
+    ("brd\r", rb"FEN: rnbqkbnr/", "no board is shown"),
+    ("easy\rpost\rforce\rloadfen 4k3/pppppppp/8/8/8/8/PPPPPPPP/4K3 w - -\rst 1000\rgo\r", THINKING,
+     "no line of the search is shown"),
+    ("\x03", rb"move [a-h][1-8]", "Ctrl-C does not end a search"),
+    ("brd\r", rb"Side to move: black", "it has gone after Ctrl-C, or has not moved"),
+    ("analyze\r", THINKING, "no line of the analysis is shown"),
+    ("exit\rbrd\r", rb"Side to move: black", "the analysis does not end by a command"),
+    ("quit\r", b"", "it does not quit"),
+)
+
+
 def main():
     console = Console(sys.argv[1])
-    console.wait_for(rb"EGTB files", "it does not start")
-    console.type("brd\r")
-    console.wait_for(rb"FEN: rnbqkbnr/", "no board is shown")
-    console.type("easy\rpost\rforce\rloadfen 4k3/pppppppp/8/8/8/8/PPPPPPPP/4K3 w - -\rst 1000\rgo\r")
-    console.wait_for(rb"\n[^\n]*\d+ -?\d+ \d+ \d+ [a-h]", "no line of the search is shown")
-    console.type("\x03")
-    console.wait_for(rb"move [a-h][1-8]", "Ctrl-C does not end a search")
-    console.type("brd\r")
-    console.wait_for(rb"Side to move: black", "it has gone after Ctrl-C, or has not moved")
-    console.type("analyze\r")
-    console.wait_for(rb"\n[^\n]*\d+ -?\d+ \d+ \d+ [a-h]", "no line of the analysis is shown")
-    console.type("exit\rbrd\r")
-    console.wait_for(rb"Side to move: black", "the analysis does not end by a command")
-    console.type("quit\r")
-    console.wait_for(b"", "it does not quit")
+    for keys, pattern, what in STEPS:
+        console.type(keys)
+        console.wait_for(pattern, what)
     status = os.waitpid(console.child, 0)[1]
     if status != 0:
         sys.exit("it ends with status %d" % status)
